@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Installs what Tembrel needs to build, run and test on Debian 12. Safe to run again: it installs
+# only the packages that are missing.
+set -euo pipefail
+
+build_packages=(
+  cmake ninja-build g++ pkg-config
+  qt6-base-dev qt6-base-dev-tools qt6-declarative-dev qt6-declarative-dev-tools
+  qt6-webengine-dev qt6-webchannel-dev qt6-httpserver-dev qt6-websockets-dev
+  qt6-tools-dev libqt6svg6-dev qt6-l10n-tools
+  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
+  qml6-module-qtquick-window qml6-module-qtquick-templates qml6-module-qtqml-workerscript
+  qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtquick-dialogs qml6-module-qtwebengine
+  qml6-module-qtwebchannel qml6-module-qtquick-shapes qml6-module-qt5compat-graphicaleffects
+  qcoro-qt6-dev qtkeychain-qt6-dev zlib1g-dev
+  libx11-dev libx11-xcb-dev libxtst-dev libxi-dev libxcb1-dev libgl-dev libvulkan-dev libxkbcommon-dev
+  libbenchmark-dev
+)
+test_packages=(
+  xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
+  chromium nodejs imagemagick fonts-dejavu-core
+)
+
+wanted=("${build_packages[@]}")
+if [ "${1:-}" = "--with-tests" ]; then
+  wanted+=("${test_packages[@]}")
+else
+  wanted+=(xvfb xauth dbus gnome-keyring)
+fi
+
+missing=()
+for p in "${wanted[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+sudo=""
+[ "$(id -u)" -ne 0 ] && sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

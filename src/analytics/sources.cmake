@@ -1,0 +1,1 @@
+# Files of the analytics subsystem; see src/CMakeLists.txt for the lists.

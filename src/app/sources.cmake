@@ -1,0 +1,3 @@
+list(APPEND TEMBREL_GUI_SOURCES
+  app/BuildConfig.h.in
+)

@@ -1,0 +1,1 @@
+# Files of the capture subsystem; see src/CMakeLists.txt for the lists.

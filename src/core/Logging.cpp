@@ -1,0 +1,17 @@
+#include "core/Logging.h"
+
+Q_LOGGING_CATEGORY(lcApp, "tembrel.App", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcCoordinator, "tembrel.FixCoordinator", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcCloudEngine, "tembrel.CloudEngine", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcCustomEngine, "tembrel.CustomOpenAIEngine", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcClipboard, "tembrel.ClipboardManager", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcSelection, "tembrel.SelectionManager", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcModes, "tembrel.ModeManager", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcHotkey, "tembrel.Hotkey", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcDiff, "tembrel.Diff", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcPanel, "tembrel.Panel", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcHistory, "tembrel.HistoryManager", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcSettings, "tembrel.SettingsManager", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcAnalytics, "tembrel.AnalyticsManager", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcUpdates, "tembrel.Updates", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcPlatform, "tembrel.Platform", QtInfoMsg)

@@ -1,0 +1,1 @@
+# Files of the diff subsystem; see src/CMakeLists.txt for the lists.

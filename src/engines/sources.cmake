@@ -1,0 +1,1 @@
+# Files of the engines subsystem; see src/CMakeLists.txt for the lists.

@@ -1,0 +1,3 @@
+list(APPEND TEMBREL_QML_FILES
+  panel/PanelRoot.qml
+)

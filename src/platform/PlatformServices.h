@@ -1,0 +1,19 @@
+#pragma once
+#include "platform/AccessibilityTrust.h"
+#include "platform/GlobalShortcuts.h"
+#include "platform/KeySender.h"
+#include "platform/Workspace.h"
+
+#include <memory>
+
+/// The operating system as Tembrel sees it; one implementation per platform and a fake for tests.
+struct PlatformServices
+{
+    std::unique_ptr<GlobalShortcuts> shortcuts;
+    std::unique_ptr<KeySender> keySender;
+    std::unique_ptr<AccessibilityTrust> trust;
+    std::unique_ptr<Workspace> workspace;
+};
+
+/// Defined once per backend. Call after the QGuiApplication exists.
+std::unique_ptr<PlatformServices> createPlatformServices();

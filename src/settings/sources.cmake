@@ -1,0 +1,1 @@
+# Files of the settings subsystem; see src/CMakeLists.txt for the lists.

@@ -1,0 +1,20 @@
+#pragma once
+#include <QString>
+#include <QTemporaryDir>
+
+/// Points HOME and the XDG configuration, data and cache folders at a fresh temporary folder, so
+/// that a test never touches the developer's settings, history or keyring. Create it before the
+/// first QSettings or QStandardPaths call of the process.
+class TestEnvironment
+{
+public:
+    TestEnvironment();
+    ~TestEnvironment();
+
+    [[nodiscard]] QString root() const { return m_dir.path(); }
+    [[nodiscard]] QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
+    [[nodiscard]] QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
+
+private:
+    QTemporaryDir m_dir;
+};
