@@ -1,1 +1,3 @@
-# Files of the diff subsystem; see src/CMakeLists.txt for the lists.
+# The word diff (plain text) and the HTML diff keep their file lists apart.
+include(diff/word.cmake)
+include(diff/html.cmake)

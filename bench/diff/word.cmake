@@ -1,0 +1,1 @@
+# Word diff benchmarks.

@@ -1,0 +1,1 @@
+# HTML diff script, page builder and web view.

@@ -1,0 +1,1 @@
+# Word diff, diff computer and styled diff text.
