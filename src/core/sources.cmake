@@ -1,4 +1,8 @@
 list(APPEND TEMBREL_CORE_SOURCES
   core/Logging.h core/Logging.cpp
   core/Cancellation.h core/Cancellation.cpp
+  core/TextFormat.h core/TextFormat.cpp
+  core/FixResult.h
+  core/TextFixError.h core/TextFixError.cpp
+  core/TraceCollector.h core/TraceCollector.cpp
 )

@@ -1,1 +1,3 @@
-# Files of the engines subsystem; see src/CMakeLists.txt for the lists.
+list(APPEND TEMBREL_CORE_SOURCES
+  engines/TextFixEngine.h
+)

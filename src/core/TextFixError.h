@@ -1,0 +1,101 @@
+#pragma once
+#include "core/FixResult.h"
+
+#include <QString>
+#include <optional>
+#include <variant>
+
+/// A transport failure kept beside an error for diagnosis; it never changes a message.
+struct NetworkFailure
+{
+    /// What went wrong on the wire; `other` keeps the Qt error code.
+    enum class Kind { noInternet, connectionLost, cannotConnect, cannotFindHost, timeout, other };
+    Kind kind = Kind::other;
+    int code = 0;
+    QString description;
+
+    bool operator==(const NetworkFailure&) const = default;
+    /// Short text for trace details: "timeout", "no internet", "network error (<code>)", ...
+    [[nodiscard]] QString summary() const;
+};
+
+/// Analytics category of a failure ("error_type").
+enum class FailureCategory { network = 0, rateLimit = 1, emptyInput = 2, tooLong = 3, processing = 4, other = 5 };
+[[nodiscard]] QString failureCategoryText(int code);
+
+/// The fix pipeline's own failures.
+class TextFixError
+{
+public:
+    enum class Kind { inputTooLong, processingFailed, networkError, engineUnavailable, emptyInput, emptyResponse, rateLimited };
+
+    static TextFixError inputTooLong(int maximumLength);
+    static TextFixError processingFailed(std::optional<NetworkFailure> underlying = std::nullopt);
+    static TextFixError networkError(std::optional<NetworkFailure> underlying = std::nullopt);
+    static TextFixError engineUnavailable() { return TextFixError(Kind::engineUnavailable); }
+    static TextFixError emptyInput() { return TextFixError(Kind::emptyInput); }
+    static TextFixError emptyResponse() { return TextFixError(Kind::emptyResponse); }
+    static TextFixError rateLimited() { return TextFixError(Kind::rateLimited); }
+
+    [[nodiscard]] Kind kind() const { return m_kind; }
+    [[nodiscard]] int maximumLength() const { return m_maximumLength; }
+    [[nodiscard]] const std::optional<NetworkFailure>& underlying() const { return m_underlying; }
+
+    /// Short developer text.
+    [[nodiscard]] QString errorDescription() const;
+    /// The friendlier text the result panel shows; depends on which engine is in use.
+    [[nodiscard]] QString panelMessage(bool customEndpointConfigured) const;
+    [[nodiscard]] FailureCategory category() const;
+
+    bool operator==(const TextFixError&) const = default;
+
+private:
+    explicit TextFixError(Kind kind) : m_kind(kind) {}
+
+    Kind m_kind;
+    int m_maximumLength = 0;
+    std::optional<NetworkFailure> m_underlying;
+};
+
+/// Failures only the user's own endpoint produces; their description is also the panel message.
+enum class CustomEndpointError { authenticationFailed, serverError, invalidResponse };
+[[nodiscard]] QString errorDescription(CustomEndpointError error);
+
+/// Any other failure, such as an answer that does not decode.
+struct OtherError
+{
+    QString description;
+    bool operator==(const OtherError&) const = default;
+};
+
+/// Everything an engine can fail with.
+using FixError = std::variant<TextFixError, CustomEndpointError, OtherError>;
+
+[[nodiscard]] QString panelMessage(const FixError& error, bool customEndpointConfigured);
+[[nodiscard]] FailureCategory failureCategory(const FixError& error);
+/// What the trace records for a failure: the panel message, the endpoint error's description, or
+/// "unknown error".
+[[nodiscard]] QString traceReason(const FixError& error, bool customEndpointConfigured);
+
+/// A value or the failure that stood in its way.
+template<typename T>
+class Outcome
+{
+public:
+    Outcome(T value) : m_value(std::move(value)) {}
+    Outcome(FixError error) : m_value(std::move(error)) {}
+    Outcome(TextFixError error) : m_value(FixError(std::move(error))) {}
+    Outcome(CustomEndpointError error) : m_value(FixError(error)) {}
+    Outcome(OtherError error) : m_value(FixError(std::move(error))) {}
+
+    [[nodiscard]] bool hasValue() const { return std::holds_alternative<T>(m_value); }
+    explicit operator bool() const { return hasValue(); }
+    [[nodiscard]] const T& value() const { return std::get<T>(m_value); }
+    [[nodiscard]] T& value() { return std::get<T>(m_value); }
+    [[nodiscard]] const FixError& error() const { return std::get<FixError>(m_value); }
+
+private:
+    std::variant<T, FixError> m_value;
+};
+
+using FixOutcome = Outcome<FixResult>;

@@ -1,0 +1,43 @@
+#include "core/TextFormat.h"
+
+#include <QLocale>
+#include <QTextBoundaryFinder>
+
+bool TextFormat::isBlank(const QString& text)
+{
+    return text.trimmed().isEmpty();
+}
+
+QString TextFormat::escapeHtml(const QString& text)
+{
+    QString out = text;
+    out.replace(QLatin1Char('&'), QStringLiteral("&amp;"));
+    out.replace(QLatin1Char('<'), QStringLiteral("&lt;"));
+    out.replace(QLatin1Char('>'), QStringLiteral("&gt;"));
+    out.replace(QLatin1Char('"'), QStringLiteral("&quot;"));
+    out.replace(QLatin1Char('\''), QStringLiteral("&#39;"));
+    return out;
+}
+
+qsizetype TextFormat::characterCount(const QString& text)
+{
+    if (text.isEmpty())
+        return 0;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype count = 0;
+    while (finder.toNextBoundary() != -1)
+        ++count;
+    return count;
+}
+
+QString TextFormat::groupedNumber(qint64 value)
+{
+    // The product's texts use the English grouping whatever the system locale says, so trace text
+    // copied from one machine reads the same on another.
+    return QLocale(QLocale::English, QLocale::UnitedStates).toString(value);
+}
+
+QString TextFormat::plural(qint64 count, const QString& singular)
+{
+    return QString::number(count) + QLatin1Char(' ') + singular + (count == 1 ? QString() : QStringLiteral("s"));
+}

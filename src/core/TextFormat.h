@@ -1,0 +1,16 @@
+#pragma once
+#include <QString>
+
+/// Text rules shared by several components.
+namespace TextFormat {
+/// Non-empty after trimming white space and line breaks; the text itself stays untrimmed.
+[[nodiscard]] bool isBlank(const QString& text);
+/// "&" first, then "<", ">", the double quote and the apostrophe.
+[[nodiscard]] QString escapeHtml(const QString& text);
+/// Count of user-perceived characters (grapheme clusters).
+[[nodiscard]] qsizetype characterCount(const QString& text);
+/// 1234 → "1,234", the grouping of the user's number format with a comma in the default locale.
+[[nodiscard]] QString groupedNumber(qint64 value);
+/// "1 edit", "2 edits": adds "s" unless the count is 1.
+[[nodiscard]] QString plural(qint64 count, const QString& singular);
+} // namespace TextFormat
