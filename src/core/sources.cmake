@@ -3,6 +3,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   core/Cancellation.h core/Cancellation.cpp
   core/TextFormat.h core/TextFormat.cpp
   core/FixResult.h
+  core/CapturedContent.h
   core/TextFixError.h core/TextFixError.cpp
   core/TraceCollector.h core/TraceCollector.cpp
 )
