@@ -1,18 +1,5 @@
 #include "core/TextFixError.h"
 
-QString NetworkFailure::summary() const
-{
-    switch (kind) {
-    case Kind::noInternet: return QStringLiteral("no internet");
-    case Kind::connectionLost: return QStringLiteral("connection lost");
-    case Kind::cannotConnect: return QStringLiteral("cannot connect to host");
-    case Kind::cannotFindHost: return QStringLiteral("cannot find host");
-    case Kind::timeout: return QStringLiteral("timeout");
-    case Kind::other: break;
-    }
-    return QStringLiteral("network error (%1)").arg(code);
-}
-
 QString failureCategoryText(int code)
 {
     switch (code) {

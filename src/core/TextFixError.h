@@ -1,27 +1,16 @@
 #pragma once
 #include "core/FixResult.h"
+#include "core/NetworkFailure.h"
 
 #include <QString>
 #include <optional>
 #include <variant>
 
-/// A transport failure kept beside an error for diagnosis; it never changes a message.
-struct NetworkFailure
-{
-    /// What went wrong on the wire; `other` keeps the Qt error code.
-    enum class Kind { noInternet, connectionLost, cannotConnect, cannotFindHost, timeout, other };
-    Kind kind = Kind::other;
-    int code = 0;
-    QString description;
-
-    bool operator==(const NetworkFailure&) const = default;
-    /// Short text for trace details: "timeout", "no internet", "network error (<code>)", ...
-    [[nodiscard]] QString summary() const;
-};
-
 /// Analytics category of a failure ("error_type").
 enum class FailureCategory { network = 0, rateLimit = 1, emptyInput = 2, tooLong = 3, processing = 4, other = 5 };
+/// "network", "rate_limit", "empty_input", "too_long", "processing"; "other" for 5 and any other code.
 [[nodiscard]] QString failureCategoryText(int code);
+[[nodiscard]] inline QString failureCategoryText(FailureCategory category) { return failureCategoryText(int(category)); }
 
 /// The fix pipeline's own failures.
 class TextFixError
@@ -45,6 +34,7 @@ public:
     [[nodiscard]] QString errorDescription() const;
     /// The friendlier text the result panel shows; depends on which engine is in use.
     [[nodiscard]] QString panelMessage(bool customEndpointConfigured) const;
+    /// The analytics category.
     [[nodiscard]] FailureCategory category() const;
 
     bool operator==(const TextFixError&) const = default;
@@ -59,6 +49,7 @@ private:
 
 /// Failures only the user's own endpoint produces; their description is also the panel message.
 enum class CustomEndpointError { authenticationFailed, serverError, invalidResponse };
+/// Developer text of an endpoint failure, which is also what the panel shows.
 [[nodiscard]] QString errorDescription(CustomEndpointError error);
 
 /// Any other failure, such as an answer that does not decode.
@@ -71,7 +62,9 @@ struct OtherError
 /// Everything an engine can fail with.
 using FixError = std::variant<TextFixError, CustomEndpointError, OtherError>;
 
+/// What the result panel shows for any failure.
 [[nodiscard]] QString panelMessage(const FixError& error, bool customEndpointConfigured);
+/// The analytics category of any failure.
 [[nodiscard]] FailureCategory failureCategory(const FixError& error);
 /// What the trace records for a failure: the panel message, the endpoint error's description, or
 /// "unknown error".

@@ -32,9 +32,13 @@ qsizetype TextFormat::characterCount(const QString& text)
 
 QString TextFormat::groupedNumber(qint64 value)
 {
-    // The product's texts use the English grouping whatever the system locale says, so trace text
-    // copied from one machine reads the same on another.
-    return QLocale(QLocale::English, QLocale::UnitedStates).toString(value);
+    QLocale locale;
+    // The C locale (no LANG set) writes numbers without grouping; read it as English, whose
+    // grouping the product's texts show.
+    if (locale.language() == QLocale::C)
+        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    locale.setNumberOptions(locale.numberOptions() & ~QLocale::OmitGroupSeparator);
+    return locale.toString(value);
 }
 
 QString TextFormat::plural(qint64 count, const QString& singular)

@@ -9,7 +9,7 @@ namespace TextFormat {
 [[nodiscard]] QString escapeHtml(const QString& text);
 /// Count of user-perceived characters (grapheme clusters).
 [[nodiscard]] qsizetype characterCount(const QString& text);
-/// 1234 → "1,234", the grouping of the user's number format with a comma in the default locale.
+/// 1234 → "1,234": grouped the way the user's locale groups numbers (English when none is set).
 [[nodiscard]] QString groupedNumber(qint64 value);
 /// "1 edit", "2 edits": adds "s" unless the count is 1.
 [[nodiscard]] QString plural(qint64 count, const QString& singular);

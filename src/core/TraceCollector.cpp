@@ -56,9 +56,9 @@ TraceCollector::TraceCollector(QString id)
 
 void TraceCollector::record(const QString& event, const std::optional<QString>& detail)
 {
-    TraceEvent entry{QDateTime::currentDateTime(), event, detail};
+    // Stamp under the lock so that timestamps never run backwards in recording order.
     QMutexLocker locker(&m_lock);
-    m_events.append(std::move(entry));
+    m_events.append(TraceEvent{QDateTime::currentDateTime(), event, detail});
 }
 
 QList<TraceEvent> TraceCollector::events() const

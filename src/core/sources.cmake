@@ -4,6 +4,9 @@ list(APPEND TEMBREL_CORE_SOURCES
   core/TextFormat.h core/TextFormat.cpp
   core/FixResult.h
   core/CapturedContent.h
+  core/NetworkFailure.h core/NetworkFailure.cpp
   core/TextFixError.h core/TextFixError.cpp
   core/TraceCollector.h core/TraceCollector.cpp
+  core/FixNeighbours.h
+  core/FixCoordinator.h core/FixCoordinator.cpp
 )
