@@ -1,1 +1,6 @@
 # Word diff tests.
+set(TEMBREL_WORD_DIFF_REFERENCE
+  ReferenceWordDiff.h ReferenceWordDiff.cpp TextGenerator.h TextGenerator.cpp DiffFormat.h)
+tembrel_add_test(tst_worddiff LABEL unit SOURCES tst_worddiff.cpp ${TEMBREL_WORD_DIFF_REFERENCE} LIBS tembrel_core)
+tembrel_add_test(tst_worddiffequivalence LABEL unit SOURCES tst_worddiffequivalence.cpp ${TEMBREL_WORD_DIFF_REFERENCE}
+  LIBS tembrel_core)
