@@ -1,0 +1,22 @@
+#pragma once
+#include "capture/RichText.h"
+
+#include <QString>
+
+class QTextDocument;
+
+/// Conversions that need a laid-out HTML document (QTextDocument, so a QGuiApplication).
+namespace HtmlDocument {
+/// The text of an HTML fragment, line breaks as "\n", trimmed; tags stripped when it cannot be
+/// opened as a document (empty, or too large to lay out on the UI thread).
+[[nodiscard]] QString toPlainText(const QString& html);
+/// The styled text of an HTML fragment, for the RTF writer.
+[[nodiscard]] RichText toRichText(const QString& html);
+/// The inner HTML of a document's body, trimmed; the escaped text as a paragraph when the
+/// export has no body or an empty one.
+[[nodiscard]] QString bodyHtml(const QTextDocument& document);
+/// The HTML of styled text; the escaped text as a paragraph when that comes out blank.
+[[nodiscard]] QString bodyHtml(const RichText& text);
+/// Largest HTML, in characters, laid out as a document; larger HTML is only stripped of tags.
+inline constexpr qsizetype maxDocumentSize = 4 * 1024 * 1024;
+} // namespace HtmlDocument

@@ -1,0 +1,463 @@
+#include "capture/RtfReader.h"
+
+#include "capture/RtfCodePage.h"
+
+#include <QHash>
+#include <QSet>
+#include <algorithm>
+
+namespace {
+
+enum class Destination { text, skip, fontTable, fieldInstruction, listText };
+
+struct GroupState
+{
+    Destination destination = Destination::text;
+    TextRun format;
+    bool hidden = false;
+    int font = -1;
+    int unicodeSkip = 1;
+    int field = -1;
+};
+
+constexpr int maxDepth = 512;
+
+// Destinations whose content is never text: tables of fonts, colours, styles, document info,
+// pictures, headers and footers, and what Word and LibreOffice add around them.
+const QSet<QByteArray>& skippedDestinations()
+{
+    static const QSet<QByteArray> names = {
+        "colortbl", "stylesheet", "info", "pict", "object", "header", "headerl", "headerr", "headerf",
+        "footer", "footerl", "footerr", "footerf", "footnote", "listtable", "listoverridetable",
+        "rsidtbl", "generator", "xmlnstbl", "themedata", "colorschememapping", "latentstyles",
+        "datastore", "revtbl", "filetbl", "pgdsctbl", "pn", "pntxta", "pntxtb", "nonshppict",
+        "shppict", "sp", "shp", "annotation", "atnid", "atnauthor", "bkmkstart", "bkmkend",
+        "expandedcolortbl", "mmathPr", "operator", "author", "title", "subject", "company",
+    };
+    return names;
+}
+
+// Symbols RTF names by control word.
+const QHash<QByteArray, QChar>& namedCharacters()
+{
+    static const QHash<QByteArray, QChar> symbols = {
+        {"emdash", QChar(0x2014)}, {"endash", QChar(0x2013)}, {"bullet", QChar(0x2022)},
+        {"lquote", QChar(0x2018)}, {"rquote", QChar(0x2019)}, {"ldblquote", QChar(0x201C)},
+        {"rdblquote", QChar(0x201D)}, {"emspace", QChar(0x2003)}, {"enspace", QChar(0x2002)},
+        {"qmspace", QChar(0x2005)}, {"zwj", QChar(0x200D)}, {"zwnj", QChar(0x200C)},
+    };
+    return symbols;
+}
+
+// The target of a HYPERLINK field instruction: the first quoted argument, else the first word.
+QString hyperlinkTarget(const QString& instruction)
+{
+    const QString trimmed = instruction.trimmed();
+    if (!trimmed.startsWith(QLatin1StringView("HYPERLINK"), Qt::CaseInsensitive))
+        return {};
+    const QString rest = trimmed.mid(9).trimmed();
+    if (rest.startsWith(QLatin1Char('"'))) {
+        const qsizetype end = rest.indexOf(QLatin1Char('"'), 1);
+        return end < 0 ? rest.mid(1) : rest.mid(1, end - 1);
+    }
+    return rest.section(QLatin1Char(' '), 0, 0);
+}
+
+bool looksOrdered(const QString& marker)
+{
+    for (QChar c : marker) {
+        if (c.isDigit())
+            return true;
+    }
+    const QString trimmed = marker.trimmed();
+    return trimmed.size() >= 2 && trimmed.at(0).isLetter()
+        && (trimmed.endsWith(QLatin1Char('.')) || trimmed.endsWith(QLatin1Char(')')));
+}
+
+class Reader
+{
+public:
+    explicit Reader(const QByteArray& data)
+        : m_data(data)
+    {
+        // The document's own group sits on top of this one; closing it ends the document.
+        m_stack.append(GroupState{});
+    }
+
+    RichText run()
+    {
+        m_paragraph = TextParagraph{};
+        while (m_pos < m_data.size() && !m_done) {
+            const char c = m_data[m_pos];
+            if (c == '{') {
+                ++m_pos;
+                openGroup();
+            } else if (c == '}') {
+                ++m_pos;
+                closeGroup();
+            } else if (c == '\\') {
+                ++m_pos;
+                controlSequence();
+            } else if (c == '\r' || c == '\n') {
+                ++m_pos;
+            } else {
+                ++m_pos;
+                byte(c);
+            }
+        }
+        flushBytes();
+        if (!m_paragraph.runs.isEmpty() || m_paragraph.list != TextParagraph::List::none)
+            m_text.paragraphs.append(m_paragraph);
+        return m_text;
+    }
+
+private:
+    GroupState& state() { return m_stack.last(); }
+
+    void openGroup()
+    {
+        flushBytes();
+        m_skipFallback = 0;
+        // Nesting past any real document is kept only as a count, so a hostile "{{{{…" costs no memory.
+        if (m_stack.size() >= maxDepth) {
+            ++m_overflow;
+            return;
+        }
+        m_stack.append(m_stack.last());
+    }
+
+    void closeGroup()
+    {
+        flushBytes();
+        m_skipFallback = 0;
+        if (m_overflow > 0) {
+            --m_overflow;
+            return;
+        }
+        if (m_stack.size() <= 1) {
+            m_done = true;
+            return;
+        }
+        const GroupState closing = m_stack.takeLast();
+        if (closing.destination == Destination::listText && state().destination != Destination::listText)
+            endListText();
+        if (m_stack.size() == 1)
+            m_done = true;
+    }
+
+    void controlSequence()
+    {
+        if (m_pos >= m_data.size())
+            return;
+        const char c = m_data[m_pos];
+        if (!isLetter(c)) {
+            ++m_pos;
+            controlSymbol(c);
+            return;
+        }
+        const qsizetype start = m_pos;
+        while (m_pos < m_data.size() && isLetter(m_data[m_pos]) && m_pos - start < 32)
+            ++m_pos;
+        const QByteArray word = m_data.mid(start, m_pos - start);
+        bool hasParameter = false;
+        qint64 parameter = 0;
+        bool negative = false;
+        if (m_pos < m_data.size() && m_data[m_pos] == '-') {
+            negative = true;
+            ++m_pos;
+        }
+        int digits = 0;
+        while (m_pos < m_data.size() && isDigit(m_data[m_pos])) {
+            if (digits < 10)
+                parameter = parameter * 10 + (m_data[m_pos] - '0');
+            ++digits;
+            ++m_pos;
+        }
+        hasParameter = digits > 0;
+        if (negative)
+            parameter = -parameter;
+        if (m_pos < m_data.size() && m_data[m_pos] == ' ')
+            ++m_pos;
+        controlWord(word, hasParameter, int(std::clamp<qint64>(parameter, -2147483647, 2147483647)));
+    }
+
+    void controlSymbol(char c)
+    {
+        switch (c) {
+        case '\\': case '{': case '}':
+            byte(c);
+            return;
+        case '\'':
+            hexByte();
+            return;
+        case '~':
+            character(QChar(0x00A0));
+            return;
+        case '_':
+            character(QChar(0x2011));
+            return;
+        case '-':
+            return;
+        case '*':
+            m_starPending = true;
+            return;
+        case '\r': case '\n':
+            paragraphEnd();
+            return;
+        case '\t':
+            character(QLatin1Char('\t'));
+            return;
+        default:
+            return;
+        }
+    }
+
+    void hexByte()
+    {
+        int value = 0;
+        for (int i = 0; i < 2; ++i) {
+            if (m_pos >= m_data.size())
+                return;
+            const int digit = hexValue(m_data[m_pos]);
+            if (digit < 0)
+                return;
+            value = value * 16 + digit;
+            ++m_pos;
+        }
+        if (m_skipFallback > 0) {
+            --m_skipFallback;
+            return;
+        }
+        if (!acceptsText())
+            return;
+        m_bytes.append(char(value));
+    }
+
+    void controlWord(const QByteArray& word, bool hasParameter, int parameter)
+    {
+        const bool star = std::exchange(m_starPending, false);
+        if (word == "bin") {
+            // Binary data follows the word directly; never parse it as RTF.
+            m_pos = qMin<qint64>(m_data.size(), m_pos + qMax(0, parameter));
+            return;
+        }
+        if (state().destination == Destination::skip)
+            return;
+        if (word == "fldinst") {
+            state().destination = Destination::fieldInstruction;
+            return;
+        }
+        if (star || skippedDestinations().contains(word)) {
+            state().destination = Destination::skip;
+            return;
+        }
+        if (word == "fonttbl") {
+            state().destination = Destination::fontTable;
+            return;
+        }
+        if (state().destination == Destination::fontTable) {
+            fontTableWord(word, parameter);
+            return;
+        }
+        if (word == "u") {
+            unicodeCharacter(parameter);
+            return;
+        }
+        if (word == "uc") {
+            state().unicodeSkip = qBound(0, parameter, 16);
+            return;
+        }
+        flushBytes();
+        m_skipFallback = 0;
+        const bool on = !hasParameter || parameter != 0;
+        TextRun& f = state().format;
+        if (word == "par") paragraphEnd();
+        else if (word == "line") character(QLatin1Char('\n'));
+        else if (word == "tab" || word == "cell" || word == "nestcell") character(QLatin1Char('\t'));
+        else if (word == "row" || word == "nestrow") rowEnd();
+        else if (word == "pard") m_listLevel = 0;
+        else if (word == "ilvl") m_listLevel = qBound(0, parameter, 8);
+        else if (word == "plain") { f = TextRun{.link = f.link}; state().hidden = false; }
+        else if (word == "b") f.bold = on;
+        else if (word == "i") f.italic = on;
+        else if (word == "strike" || word == "striked") f.strike = on;
+        else if (word == "ul" || word == "uld" || word == "uldb" || word == "uldash" || word == "ulw"
+                 || word == "ulth" || word == "ulwave") f.underline = on;
+        else if (word == "ulnone") f.underline = false;
+        else if (word == "v") state().hidden = on;
+        else if (word == "f") state().font = parameter;
+        else if (word == "ansicpg") m_defaultCodePage = parameter;
+        else if (word == "mac") m_defaultCodePage = 10000;
+        else if (word == "field") startField();
+        else if (word == "fldrslt") fieldResult();
+        else if (word == "listtext" || word == "pntext") state().destination = Destination::listText;
+        else if (namedCharacters().contains(word)) character(namedCharacters().value(word));
+    }
+
+    void fontTableWord(const QByteArray& word, int parameter)
+    {
+        if (word == "f")
+            m_tableFont = parameter;
+        else if (word == "fcharset")
+            m_fontCodePages.insert(m_tableFont, RtfCodePage::forCharset(parameter));
+        else if (word == "cpg")
+            m_fontCodePages.insert(m_tableFont, parameter);
+    }
+
+    void unicodeCharacter(int value)
+    {
+        flushBytes();
+        // \u takes a signed 16-bit value; characters above U+7FFF arrive negative.
+        const int unit = value < 0 ? value + 65536 : value;
+        if (unit >= 0 && unit <= 0xFFFF)
+            character(QChar(char16_t(unit)));
+        m_skipFallback = state().unicodeSkip;
+    }
+
+    void startField()
+    {
+        m_fields.append(QString());
+        state().field = int(m_fields.size() - 1);
+    }
+
+    void fieldResult()
+    {
+        if (state().field < 0)
+            return;
+        const QString target = hyperlinkTarget(m_fields[state().field]);
+        if (!target.isEmpty())
+            state().format.link = target;
+    }
+
+    void byte(char c)
+    {
+        if (m_skipFallback > 0) {
+            --m_skipFallback;
+            return;
+        }
+        if (!acceptsText())
+            return;
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            m_bytes.append(c);
+            return;
+        }
+        flushBytes();
+        character(QChar(QLatin1Char(c)));
+    }
+
+    [[nodiscard]] bool acceptsText()
+    {
+        const Destination d = state().destination;
+        return d == Destination::text || d == Destination::fieldInstruction || d == Destination::listText;
+    }
+
+    void flushBytes()
+    {
+        if (m_bytes.isEmpty())
+            return;
+        const QByteArray bytes = std::exchange(m_bytes, {});
+        int codePage = m_fontCodePages.value(state().font, 0);
+        if (codePage == 0)
+            codePage = m_defaultCodePage;
+        appendText(RtfCodePage::decode(bytes, codePage));
+    }
+
+    void character(QChar c)
+    {
+        appendText(QString(c));
+    }
+
+    void appendText(const QString& text)
+    {
+        GroupState& s = state();
+        switch (s.destination) {
+        case Destination::text:
+            if (!s.hidden) {
+                TextRun run = s.format;
+                run.text = text;
+                m_paragraph.append(run);
+            }
+            return;
+        case Destination::fieldInstruction:
+            if (s.field >= 0)
+                m_fields[s.field] += text;
+            return;
+        case Destination::listText:
+            m_listMarker += text;
+            return;
+        case Destination::skip:
+        case Destination::fontTable:
+            return;
+        }
+    }
+
+    void endListText()
+    {
+        m_paragraph.list = looksOrdered(m_listMarker) ? TextParagraph::List::ordered : TextParagraph::List::bullet;
+        m_paragraph.listLevel = m_listLevel;
+        m_listMarker.clear();
+    }
+
+    void paragraphEnd()
+    {
+        flushBytes();
+        m_text.paragraphs.append(m_paragraph);
+        m_paragraph = TextParagraph{};
+    }
+
+    // The last cell's tab ends the row, not a cell boundary the reader can see.
+    void rowEnd()
+    {
+        if (!m_paragraph.runs.isEmpty()) {
+            QString& last = m_paragraph.runs.last().text;
+            if (last.endsWith(QLatin1Char('\t')))
+                last.chop(1);
+            if (last.isEmpty())
+                m_paragraph.runs.removeLast();
+        }
+        paragraphEnd();
+    }
+
+    static bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+    static bool isDigit(char c) { return c >= '0' && c <= '9'; }
+    static int hexValue(char c)
+    {
+        if (isDigit(c))
+            return c - '0';
+        if (c >= 'a' && c <= 'f')
+            return c - 'a' + 10;
+        if (c >= 'A' && c <= 'F')
+            return c - 'A' + 10;
+        return -1;
+    }
+
+    const QByteArray m_data;
+    qsizetype m_pos = 0;
+    bool m_done = false;
+    bool m_starPending = false;
+    int m_overflow = 0;
+    int m_skipFallback = 0;
+    int m_defaultCodePage = 1252;
+    int m_tableFont = -1;
+    int m_listLevel = 0;
+    QList<GroupState> m_stack;
+    QHash<int, int> m_fontCodePages;
+    QList<QString> m_fields;
+    QByteArray m_bytes;
+    QString m_listMarker;
+    TextParagraph m_paragraph;
+    RichText m_text;
+};
+
+} // namespace
+
+std::optional<RichText> RtfReader::read(const QByteArray& rtf)
+{
+    qsizetype start = 0;
+    while (start < rtf.size() && QChar::isSpace(static_cast<unsigned char>(rtf[start])))
+        ++start;
+    if (!QByteArrayView(rtf).sliced(start).startsWith("{\\rtf"))
+        return std::nullopt;
+    Reader reader(start == 0 ? rtf : rtf.mid(start));
+    return reader.run();
+}
