@@ -25,7 +25,11 @@ std::optional<std::chrono::milliseconds> parseRetryAfter(const QByteArray& value
     const qint64 seconds = trimmed.toLongLong(&isNumber);
     if (isNumber)
         return seconds >= 0 ? std::optional(std::chrono::milliseconds(seconds * 1000)) : std::nullopt;
-    const QDateTime date = QDateTime::fromString(QString::fromLatin1(trimmed), Qt::RFC2822Date);
+    // HTTP dates end in "GMT", which Qt's RFC 2822 reader does not take for a zone.
+    QString text = QString::fromLatin1(trimmed);
+    if (text.endsWith(QLatin1String(" GMT")))
+        text = text.chopped(4) + QStringLiteral(" +0000");
+    const QDateTime date = QDateTime::fromString(text, Qt::RFC2822Date);
     if (!date.isValid())
         return std::nullopt;
     return std::chrono::milliseconds(qMax<qint64>(0, now.msecsTo(date)));

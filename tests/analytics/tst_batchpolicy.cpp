@@ -1,0 +1,160 @@
+#include "AnalyticsWire.h"
+#include "analytics/BatchPolicy.h"
+#include "analytics/Gzip.h"
+#include "analytics/SessionTracker.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QTest>
+#include <QTimeZone>
+#include <QUuid>
+
+using namespace std::chrono_literals;
+using Analytics::BatchOutcome;
+
+Q_DECLARE_METATYPE(BatchOutcome)
+
+// The decisions behind sending: what each answer means, how long to wait, how a batch and its
+// ids look on the wire.
+class BatchPolicyTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void classifiesStatuses_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<BatchOutcome>("outcome");
+        QTest::newRow("200") << 200 << BatchOutcome::Delivered;
+        QTest::newRow("204") << 204 << BatchOutcome::Delivered;
+        QTest::newRow("no answer") << 0 << BatchOutcome::Retry;
+        QTest::newRow("408") << 408 << BatchOutcome::Retry;
+        QTest::newRow("429") << 429 << BatchOutcome::Retry;
+        QTest::newRow("500") << 500 << BatchOutcome::Retry;
+        QTest::newRow("503") << 503 << BatchOutcome::Retry;
+        QTest::newRow("599") << 599 << BatchOutcome::Retry;
+        QTest::newRow("413") << 413 << BatchOutcome::Split;
+        QTest::newRow("400") << 400 << BatchOutcome::Drop;
+        QTest::newRow("401") << 401 << BatchOutcome::Drop;
+        QTest::newRow("404") << 404 << BatchOutcome::Drop;
+        QTest::newRow("409") << 409 << BatchOutcome::Drop;
+        QTest::newRow("499") << 499 << BatchOutcome::Drop;
+        QTest::newRow("600") << 600 << BatchOutcome::Drop;
+    }
+
+    void classifiesStatuses()
+    {
+        QFETCH(int, status);
+        QFETCH(BatchOutcome, outcome);
+        QCOMPARE(Analytics::classifyStatus(status), outcome);
+    }
+
+    void readsRetryAfter_data()
+    {
+        QTest::addColumn<QByteArray>("header");
+        QTest::addColumn<qint64>("expectedMs"); // -1: not readable
+        QTest::newRow("seconds") << QByteArray("120") << qint64(120000);
+        QTest::newRow("zero") << QByteArray("0") << qint64(0);
+        QTest::newRow("padded") << QByteArray(" 3 ") << qint64(3000);
+        QTest::newRow("http date") << QByteArray("Wed, 01 May 2024 09:00:30 GMT") << qint64(30000);
+        QTest::newRow("date in the past") << QByteArray("Wed, 01 May 2024 08:59:00 GMT") << qint64(0);
+        QTest::newRow("negative") << QByteArray("-5") << qint64(-1);
+        QTest::newRow("words") << QByteArray("soon") << qint64(-1);
+        QTest::newRow("fraction") << QByteArray("1.5") << qint64(-1);
+        QTest::newRow("absent") << QByteArray() << qint64(-1);
+    }
+
+    void readsRetryAfter()
+    {
+        QFETCH(QByteArray, header);
+        QFETCH(qint64, expectedMs);
+        const QDateTime now(QDate(2024, 5, 1), QTime(9, 0), Qt::UTC);
+        const auto wait = Analytics::parseRetryAfter(header, now);
+        if (expectedMs < 0) {
+            QVERIFY(!wait.has_value());
+        } else {
+            QVERIFY(wait.has_value());
+            QCOMPARE(wait->count(), expectedMs);
+        }
+    }
+
+    void backoffDoublesUpToItsCeiling_data()
+    {
+        QTest::addColumn<int>("attempt");
+        QTest::addColumn<qint64>("expectedMs");
+        QTest::newRow("first") << 1 << qint64(5000);
+        QTest::newRow("second") << 2 << qint64(10000);
+        QTest::newRow("third") << 3 << qint64(20000);
+        QTest::newRow("sixth") << 6 << qint64(160000);
+        QTest::newRow("seventh reaches the ceiling") << 7 << qint64(300000);
+        QTest::newRow("hundredth stays there") << 100 << qint64(300000);
+    }
+
+    void backoffDoublesUpToItsCeiling()
+    {
+        QFETCH(int, attempt);
+        QFETCH(qint64, expectedMs);
+        const PostHogConfig production;
+        QCOMPARE(Analytics::backoffDelay(attempt, production.retryInitialDelay, production.retryMaxDelay).count(), expectedMs);
+    }
+
+    void batchBodyHasTheServiceShape()
+    {
+        const QDateTime sentAt(QDate(2024, 5, 1), QTime(9, 30, 0, 5), Qt::UTC);
+        const QJsonObject a {{"event", "a"}};
+        const QJsonObject b {{"event", "b"}};
+        const QJsonObject body = QJsonDocument::fromJson(Analytics::batchBody("phc_made_up", {a, b}, sentAt)).object();
+        QCOMPARE(body.value("api_key").toString(), QStringLiteral("phc_made_up"));
+        QCOMPARE(body.value("sent_at").toString(), QStringLiteral("2024-05-01T09:30:00.005Z"));
+        QCOMPARE(body.value("batch").toArray(), (QJsonArray {a, b}));
+    }
+
+    void timestampsAreUtcWithMilliseconds()
+    {
+        const QDateTime local(QDate(2024, 12, 31), QTime(23, 59, 59, 999), QTimeZone(3600));
+        QCOMPARE(Analytics::isoTimestamp(local), QStringLiteral("2024-12-31T22:59:59.999Z"));
+    }
+
+    void gzipRoundTripsThroughAnIndependentInflater()
+    {
+        QByteArray text;
+        for (int i = 0; i < 2000; ++i)
+            text += "event number " + QByteArray::number(i) + " ";
+        const auto compressed = Analytics::gzipCompress(text);
+        QVERIFY(compressed.has_value());
+        QVERIFY(compressed->startsWith("\x1f\x8b\x08"));
+        QVERIFY(compressed->size() < text.size());
+        QCOMPARE(AnalyticsWire::gunzip(*compressed), text);
+        QCOMPARE(AnalyticsWire::gunzip(*Analytics::gzipCompress(QByteArray())), QByteArray());
+    }
+
+    void uuidV7CarriesTheTime()
+    {
+        const QDateTime time(QDate(2024, 5, 1), QTime(9, 30, 0, 250), Qt::UTC);
+        const QString first = Analytics::createUuidV7(time);
+        const QString second = Analytics::createUuidV7(time);
+        QVERIFY(first != second);
+        // QUuid of Qt 6.4 knows versions up to 5 only, so the version nibble is read from the text.
+        const QUuid uuid = QUuid::fromString(first);
+        QVERIFY(!uuid.isNull());
+        QCOMPARE(uuid.variant(), QUuid::DCE);
+        QCOMPARE(first.at(14), QLatin1Char('7'));
+        const QString hex = first.left(8) + first.mid(9, 4);
+        QCOMPARE(hex.toLongLong(nullptr, 16), time.toMSecsSinceEpoch());
+        QVERIFY(QRegularExpression("^[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}$").match(first).hasMatch());
+    }
+
+    void sessionIgnoresAClockStepBack()
+    {
+        SessionTracker sessions(30min);
+        const QDateTime start(QDate(2024, 5, 1), QTime(9, 0), Qt::UTC);
+        const QString first = sessions.sessionIdFor(start);
+        QCOMPARE(sessions.sessionIdFor(start.addSecs(-3600)), first);
+        QCOMPARE(sessions.sessionIdFor(start.addSecs(29 * 60)), first);
+        QVERIFY(sessions.sessionIdFor(start.addSecs(29 * 60 + 30 * 60 + 1)) != first);
+    }
+};
+
+QTEST_GUILESS_MAIN(BatchPolicyTest)
+#include "tst_batchpolicy.moc"
