@@ -8,7 +8,7 @@
 
 namespace {
 
-enum class Destination { text, skip, fontTable, fieldInstruction, listText };
+enum class Destination { text, skip, fontTable, fieldInstruction, listText, paragraphNumbering };
 
 struct GroupState
 {
@@ -18,6 +18,7 @@ struct GroupState
     int font = -1;
     int unicodeSkip = 1;
     int field = -1;
+    bool inTable = false;
 };
 
 constexpr int maxDepth = 512;
@@ -30,7 +31,7 @@ const QSet<QByteArray>& skippedDestinations()
         "colortbl", "stylesheet", "info", "pict", "object", "header", "headerl", "headerr", "headerf",
         "footer", "footerl", "footerr", "footerf", "footnote", "listtable", "listoverridetable",
         "rsidtbl", "generator", "xmlnstbl", "themedata", "colorschememapping", "latentstyles",
-        "datastore", "revtbl", "filetbl", "pgdsctbl", "pn", "pntxta", "pntxtb", "nonshppict",
+        "datastore", "revtbl", "filetbl", "pgdsctbl", "pntxta", "pntxtb", "nonshppict",
         "shppict", "sp", "shp", "annotation", "atnid", "atnauthor", "bkmkstart", "bkmkend",
         "expandedcolortbl", "mmathPr", "operator", "author", "title", "subject", "company",
     };
@@ -107,7 +108,7 @@ public:
         }
         flushBytes();
         if (!m_paragraph.runs.isEmpty() || m_paragraph.list != TextParagraph::List::none)
-            m_text.paragraphs.append(m_paragraph);
+            finishParagraph();
         return m_text;
     }
 
@@ -247,6 +248,21 @@ private:
             state().destination = Destination::fieldInstruction;
             return;
         }
+        // AbiWord marks the field result with \* as well; it is the field's visible text.
+        if (word == "fldrslt") {
+            state().destination = Destination::text;
+            fieldResult();
+            return;
+        }
+        // Word's and AbiWord's paragraph numbering says whether a list item is numbered.
+        if (word == "pn") {
+            state().destination = Destination::paragraphNumbering;
+            return;
+        }
+        if (state().destination == Destination::paragraphNumbering) {
+            numberingWord(word);
+            return;
+        }
         if (star || skippedDestinations().contains(word)) {
             state().destination = Destination::skip;
             return;
@@ -273,9 +289,11 @@ private:
         TextRun& f = state().format;
         if (word == "par") paragraphEnd();
         else if (word == "line") character(QLatin1Char('\n'));
-        else if (word == "tab" || word == "cell" || word == "nestcell") character(QLatin1Char('\t'));
+        else if (word == "tab") character(QLatin1Char('\t'));
+        else if (word == "cell" || word == "nestcell") cellEnd();
         else if (word == "row" || word == "nestrow") rowEnd();
-        else if (word == "pard") m_listLevel = 0;
+        else if (word == "pard") { m_listLevel = 0; state().inTable = false; }
+        else if (word == "intbl") state().inTable = true;
         else if (word == "ilvl") m_listLevel = qBound(0, parameter, 8);
         else if (word == "plain") { f = TextRun{.link = f.link}; state().hidden = false; }
         else if (word == "b") f.bold = on;
@@ -289,9 +307,17 @@ private:
         else if (word == "ansicpg") m_defaultCodePage = parameter;
         else if (word == "mac") m_defaultCodePage = 10000;
         else if (word == "field") startField();
-        else if (word == "fldrslt") fieldResult();
         else if (word == "listtext" || word == "pntext") state().destination = Destination::listText;
         else if (namedCharacters().contains(word)) character(namedCharacters().value(word));
+    }
+
+    void numberingWord(const QByteArray& word)
+    {
+        if (word == "pnlvlblt")
+            m_numbering = TextParagraph::List::bullet;
+        else if (word == "pnlvlbody" || word == "pndec" || word == "pnucltr" || word == "pnlcltr" || word == "pnucrm"
+                 || word == "pnlcrm")
+            m_numbering = TextParagraph::List::ordered;
     }
 
     void fontTableWord(const QByteArray& word, int parameter)
@@ -373,6 +399,8 @@ private:
         switch (s.destination) {
         case Destination::text:
             if (!s.hidden) {
+                if (std::exchange(m_cellBreakPending, false))
+                    m_paragraph.append(TextRun{.text = QStringLiteral("\n")});
                 TextRun run = s.format;
                 run.text = text;
                 m_paragraph.append(run);
@@ -387,6 +415,7 @@ private:
             return;
         case Destination::skip:
         case Destination::fontTable:
+        case Destination::paragraphNumbering:
             return;
         }
     }
@@ -394,15 +423,39 @@ private:
     void endListText()
     {
         m_paragraph.list = looksOrdered(m_listMarker) ? TextParagraph::List::ordered : TextParagraph::List::bullet;
-        m_paragraph.listLevel = m_listLevel;
         m_listMarker.clear();
     }
 
     void paragraphEnd()
     {
         flushBytes();
+        // Inside a table a paragraph mark only breaks the line within its cell; the row is the
+        // paragraph.
+        if (state().inTable) {
+            m_cellBreakPending = true;
+            return;
+        }
+        finishParagraph();
+    }
+
+    void finishParagraph()
+    {
+        m_cellBreakPending = false;
+        if (m_paragraph.list != TextParagraph::List::none) {
+            // The level and numbering kind may come after the marker, as AbiWord writes them.
+            m_paragraph.listLevel = m_listLevel;
+            if (m_numbering != TextParagraph::List::none)
+                m_paragraph.list = m_numbering;
+        }
+        m_numbering = TextParagraph::List::none;
         m_text.paragraphs.append(m_paragraph);
         m_paragraph = TextParagraph{};
+    }
+
+    void cellEnd()
+    {
+        m_cellBreakPending = false;
+        character(QLatin1Char('\t'));
     }
 
     // The last cell's tab ends the row, not a cell boundary the reader can see.
@@ -415,7 +468,7 @@ private:
             if (last.isEmpty())
                 m_paragraph.runs.removeLast();
         }
-        paragraphEnd();
+        finishParagraph();
     }
 
     static bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
@@ -440,6 +493,8 @@ private:
     int m_defaultCodePage = 1252;
     int m_tableFont = -1;
     int m_listLevel = 0;
+    bool m_cellBreakPending = false;
+    TextParagraph::List m_numbering = TextParagraph::List::none;
     QList<GroupState> m_stack;
     QHash<int, int> m_fontCodePages;
     QList<QString> m_fields;
