@@ -45,7 +45,7 @@ public:
     [[nodiscard]] QString modifierSymbols() const;
     /// The key's name ("S", "Space", "↩", "F5"), or "Key <code>" for a code without a name.
     [[nodiscard]] QString keyName() const;
-    /// The macOS form: modifier symbols then the key name ("⌘⇧S").
+    /// The macOS form: modifier symbols then the key name ("⇧⌘S").
     [[nodiscard]] QString displayString() const;
     /// The Linux and Windows form: "Ctrl+Shift+S" (Command shows as Ctrl, Control as Super, Option as Alt).
     [[nodiscard]] QString portableDisplayString() const;

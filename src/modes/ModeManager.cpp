@@ -153,6 +153,7 @@ void ModeManager::save()
     // Encoding values that came from JSON or from the UI cannot fail here, so the "Failed to
     // save modes" path of the macOS build has no counterpart.
     m_settings.setValue(modesKey, ModeCatalogue::encode(m_modes));
+    m_settings.sync();
 }
 
 void ModeManager::migrateLegacyPrompt()
@@ -175,6 +176,7 @@ void ModeManager::migrateLegacyPrompt()
         qCInfo(lcModes, "Migrated custom system prompt to Tembrel mode");
     }
     m_settings.setValue(migrationDoneKey, true);
+    m_settings.sync();
 }
 
 void ModeManager::assign(QList<Mode> modes)

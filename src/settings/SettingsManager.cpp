@@ -42,6 +42,12 @@ SettingsManager::SettingsManager(QSettings& settings, ApiKeyStore* keyStore, QOb
     m_hideDockIcon = UserDefaults::boolValue(m_settings, hideDockIconKey);
 }
 
+void SettingsManager::store(const QString& key, const QVariant& value)
+{
+    m_settings.setValue(key, value);
+    m_settings.sync();
+}
+
 bool SettingsManager::isCustomEndpointConfigured() const
 {
     return m_useCustomEndpoint && !TextFormat::isBlank(m_customAPIURL);
@@ -50,7 +56,7 @@ bool SettingsManager::isCustomEndpointConfigured() const
 void SettingsManager::setUseCustomEndpoint(bool value)
 {
     m_useCustomEndpoint = value;
-    m_settings.setValue(useCustomEndpointKey, value);
+    store(useCustomEndpointKey, value);
     Q_EMIT useCustomEndpointChanged(value);
     Q_EMIT customEndpointConfiguredChanged();
 }
@@ -58,7 +64,7 @@ void SettingsManager::setUseCustomEndpoint(bool value)
 void SettingsManager::setCustomAPIURL(const QString& value)
 {
     m_customAPIURL = value;
-    m_settings.setValue(customAPIURLKey, value);
+    store(customAPIURLKey, value);
     Q_EMIT customAPIURLChanged(value);
     Q_EMIT customEndpointConfiguredChanged();
 }
@@ -66,14 +72,14 @@ void SettingsManager::setCustomAPIURL(const QString& value)
 void SettingsManager::setCustomModelID(const QString& value)
 {
     m_customModelID = value;
-    m_settings.setValue(customModelIDKey, value);
+    store(customModelIDKey, value);
     Q_EMIT customModelIDChanged(value);
 }
 
 void SettingsManager::setHotkey(const Hotkey& value)
 {
     m_hotkey = value;
-    m_settings.setValue(hotkeyKey, QJsonDocument(value.toJson()).toJson(QJsonDocument::Compact));
+    store(hotkeyKey, QJsonDocument(value.toJson()).toJson(QJsonDocument::Compact));
     Q_EMIT hotkeyChanged(value);
     if (m_onHotkeyChanged)
         m_onHotkeyChanged(value);
@@ -82,21 +88,21 @@ void SettingsManager::setHotkey(const Hotkey& value)
 void SettingsManager::setAnalyticsEnabled(bool value)
 {
     m_analyticsEnabled = value;
-    m_settings.setValue(analyticsEnabledKey, value);
+    store(analyticsEnabledKey, value);
     Q_EMIT analyticsEnabledChanged(value);
 }
 
 void SettingsManager::setReceiveBetaUpdates(bool value)
 {
     m_receiveBetaUpdates = value;
-    m_settings.setValue(receiveBetaUpdatesKey, value);
+    store(receiveBetaUpdatesKey, value);
     Q_EMIT receiveBetaUpdatesChanged(value);
 }
 
 void SettingsManager::setHideDockIcon(bool value)
 {
     m_hideDockIcon = value;
-    m_settings.setValue(hideDockIconKey, value);
+    store(hideDockIconKey, value);
     Q_EMIT hideDockIconChanged(value);
 }
 

@@ -1,4 +1,5 @@
 #pragma once
+#include "engines/ApiKeyStore.h"
 #include "modes/Hotkey.h"
 
 #include <QCoro/QCoroTask>
@@ -6,8 +7,6 @@
 #include <functional>
 #include <optional>
 
-class ApiKeyStore;
-struct ApiKeyStoreError;
 class QSettings;
 
 /// The user's choices, each backed by a key in the user's settings and written at once. Lives on
@@ -81,6 +80,8 @@ Q_SIGNALS:
     void apiKeyChanged();
 
 private:
+    void store(const QString& key, const QVariant& value);
+
     QSettings& m_settings;
     ApiKeyStore* m_keyStore;
     std::function<void(const Hotkey&)> m_onHotkeyChanged;

@@ -54,4 +54,6 @@ void UsageStatsManager::save()
         m_defaults.setValue(firstTembrelDateKey, double(m_firstTembrelDate->toMSecsSinceEpoch()) / 1000.0);
     else
         m_defaults.remove(firstTembrelDateKey);
+    // Written through at once: a crash must not take the last fixes' counts with it.
+    m_defaults.sync();
 }

@@ -1,0 +1,366 @@
+#include "modes/LogCapture.h"
+#include "modes/ModeManager.h"
+#include "support/TestEnvironment.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+
+namespace {
+const QString modesKey = QStringLiteral("modes");
+
+QByteArray fixture(const char* name)
+{
+    QFile file(QStringLiteral(TEMBREL_TEST_DATA_DIR "/modes/") + QString::fromLatin1(name));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("missing fixture %s", name);
+    return file.readAll();
+}
+
+QUuid builtIn(int number)
+{
+    return ModeCatalogue::builtInId(number);
+}
+
+QList<QUuid> ids(const QList<Mode>& modes)
+{
+    QList<QUuid> result;
+    for (const Mode& mode : modes)
+        result.append(mode.id);
+    return result;
+}
+
+Mode custom(const char* id, std::optional<Hotkey> hotkey = std::nullopt)
+{
+    return Mode{QUuid(QString::fromLatin1(id)), QStringLiteral("Custom"), QString(), QStringLiteral("p"), hotkey,
+                true, false, false, std::nullopt};
+}
+} // namespace
+
+class TestModeManager : public QObject
+{
+    Q_OBJECT
+
+    TestEnvironment m_env;
+    int m_run = 0;
+    std::unique_ptr<QSettings> m_settings;
+
+    QString settingsPath() const { return m_env.configHome() + QStringLiteral("/modes-%1.conf").arg(m_run); }
+
+    // A later launch: the settings are read back from the file, as the app would.
+    QSettings& reopen()
+    {
+        m_settings->sync();
+        m_settings = std::make_unique<QSettings>(settingsPath(), QSettings::IniFormat);
+        return *m_settings;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        ++m_run;
+        m_settings = std::make_unique<QSettings>(settingsPath(), QSettings::IniFormat);
+    }
+
+    void firstLaunch()
+    {
+        ModeManager manager(*m_settings);
+        QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
+        QCOMPARE(manager.enabledModes().size(), 1);
+        QCOMPARE(manager.enabledModes().first().id, builtIn(1));
+        QVERIFY(!m_settings->contains(modesKey));
+        QCOMPARE(m_settings->value(QStringLiteral("modesMigrationComplete")).toBool(), true);
+        QVERIFY(!reopen().contains(modesKey));
+    }
+
+    void mergesMissingBuiltIns_data()
+    {
+        QTest::addColumn<QList<Mode>>("stored");
+        QTest::addColumn<QList<QUuid>>("expected");
+        const QList<Mode> defaults = ModeCatalogue::defaultModes();
+        const Mode a = custom("A0000000-0000-4000-8000-00000000000A");
+        const Mode b = custom("B0000000-0000-4000-8000-00000000000B");
+
+        QTest::newRow("1, 2, then two custom") << QList<Mode>{defaults[0], defaults[1], a, b}
+                                               << QList<QUuid>{builtIn(1), builtIn(2), builtIn(3), builtIn(4), a.id, b.id};
+        QTest::newRow("only built-ins, out of order") << QList<Mode>{defaults[2], defaults[0]}
+                                                      << QList<QUuid>{builtIn(3), builtIn(1), builtIn(2), builtIn(4)};
+        QTest::newRow("custom first") << QList<Mode>{a, defaults[0]}
+                                      << QList<QUuid>{builtIn(2), builtIn(3), builtIn(4), a.id, builtIn(1)};
+        QTest::newRow("built-in after custom keeps its place")
+            << QList<Mode>{defaults[1], a, defaults[3]} << QList<QUuid>{builtIn(2), builtIn(1), builtIn(3), a.id, builtIn(4)};
+        QTest::newRow("empty array") << QList<Mode>{} << QList<QUuid>{builtIn(1), builtIn(2), builtIn(3), builtIn(4)};
+        QTest::newRow("complete") << defaults << QList<QUuid>{builtIn(1), builtIn(2), builtIn(3), builtIn(4)};
+    }
+
+    void mergesMissingBuiltIns()
+    {
+        QFETCH(QList<Mode>, stored);
+        const QByteArray data = ModeCatalogue::encode(stored);
+        m_settings->setValue(modesKey, data);
+        ModeManager manager(reopen());
+        QTEST(ids(manager.modes()), "expected");
+        QCOMPARE(m_settings->value(modesKey).toByteArray(), data);
+    }
+
+    void keepsEditedBuiltInsAndDecodesHandWrittenData()
+    {
+        m_settings->setValue(modesKey, fixture("builtins-then-custom.json"));
+        ModeManager manager(reopen());
+        QCOMPARE(manager.modes().size(), 6);
+        QCOMPARE(manager.modes()[0].prompt, QStringLiteral("My own proofreading prompt."));
+        QCOMPARE(manager.modes()[1].isEnabled, true);
+        QCOMPARE(manager.modes()[2], ModeCatalogue::defaultModes()[2]);
+        QCOMPARE(manager.modes()[4].name, QStringLiteral("Pirate"));
+        QCOMPARE(manager.defaultMode().prompt, QStringLiteral("My own proofreading prompt."));
+        QCOMPARE(m_settings->value(modesKey).toByteArray(), fixture("builtins-then-custom.json"));
+    }
+
+    void undecodableCatalogueFallsBackAndIsKept_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::newRow("entry without isBuiltIn") << fixture("missing-isBuiltIn.json");
+        QTest::newRow("truncated") << fixture("truncated.json");
+        QTest::newRow("not JSON") << QByteArray("\x00\xff garbage", 10);
+    }
+
+    void undecodableCatalogueFallsBackAndIsKept()
+    {
+        QFETCH(QByteArray, data);
+        m_settings->setValue(modesKey, data);
+        LogCapture log("tembrel.ModeManager");
+        ModeManager manager(reopen());
+        QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
+        QVERIFY(!log.lines().isEmpty());
+        QCOMPARE(log.lines().first().type, QtCriticalMsg);
+        QVERIFY2(log.lines().first().message.startsWith(QStringLiteral("Failed to load modes, using defaults: ")),
+                 qPrintable(log.lines().first().message));
+        QCOMPARE(m_settings->value(modesKey).toByteArray(), data);
+        QCOMPARE(m_settings->value(QStringLiteral("modesUnreadable")).toByteArray(), data);
+
+        // A deliberate change replaces the stored catalogue; the copy stays.
+        manager.resetAllModes();
+        QCOMPARE(reopen().value(QStringLiteral("modesUnreadable")).toByteArray(), data);
+        QCOMPARE(ModeManager(*m_settings).modes(), ModeCatalogue::defaultModes());
+    }
+
+    void storedValueOfAnotherTypeMeansNoCatalogue()
+    {
+        m_settings->setValue(modesKey, QStringLiteral("[]"));
+        ModeManager manager(reopen());
+        QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
+        QCOMPARE(m_settings->value(modesKey).toString(), QStringLiteral("[]"));
+    }
+
+    void addMode_data()
+    {
+        QTest::addColumn<std::optional<Hotkey>>("hotkey");
+        QTest::newRow("with shortcut") << std::optional<Hotkey>(Hotkey{9, 0x140000});
+        QTest::newRow("without shortcut") << std::optional<Hotkey>();
+    }
+
+    void addMode()
+    {
+        QFETCH(std::optional<Hotkey>, hotkey);
+        ModeManager manager(*m_settings);
+        QSignalSpy changed(&manager, &ModeManager::modesChanged);
+        const QUuid first = manager.addMode(QStringLiteral("Pirate"), QStringLiteral("Arr"), hotkey);
+        const QUuid second = manager.addMode(QStringLiteral("Pirate"), QStringLiteral("Arr"), hotkey);
+        QCOMPARE(changed.count(), 2);
+        QVERIFY(first != second);
+        QCOMPARE(manager.modes().size(), 6);
+        const Mode added = manager.modes()[4];
+        QCOMPARE(added.id, first);
+        QCOMPARE(added.name, QStringLiteral("Pirate"));
+        QCOMPARE(added.description, QString());
+        QCOMPARE(added.hotkey, hotkey);
+        QCOMPARE(added.isEnabled, hotkey.has_value());
+        QVERIFY(!added.isBuiltIn);
+        QVERIFY(!added.isDefault);
+        QVERIFY(!added.defaultPrompt);
+        QCOMPARE(ModeManager(reopen()).modes(), manager.modes());
+    }
+
+    void updateKeepsPositionAndSaves()
+    {
+        ModeManager manager(*m_settings);
+        const QUuid added = manager.addMode(QStringLiteral("Mine"), QStringLiteral("p"), std::nullopt);
+        Mode casual = *manager.mode(builtIn(3));
+        casual.isEnabled = true;
+        casual.prompt = QStringLiteral("edited");
+        QSignalSpy changed(&manager, &ModeManager::modesChanged);
+        manager.updateMode(casual);
+        QCOMPARE(manager.modes()[2], casual);
+        QCOMPARE(manager.modes()[4].id, added);
+        QCOMPARE(changed.count(), 1);
+        // An identical value is still an assignment.
+        manager.updateMode(casual);
+        QCOMPARE(changed.count(), 2);
+
+        ModeManager reloaded(reopen());
+        QCOMPARE(reloaded.modes(), manager.modes());
+        QCOMPARE(ids(reloaded.enabledModes()), (QList<QUuid>{builtIn(1), builtIn(3)}));
+        QCOMPARE(reloaded.mode(builtIn(3))->defaultPrompt, ModeCatalogue::defaultModes()[2].prompt);
+    }
+
+    void refusedChangesAreLogged_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("delete built-in") << QStringLiteral("delete-builtin")
+                                         << QStringLiteral("Attempted to delete built-in or non-existent mode: "
+                                                           "00000000-0000-0000-0000-000000000001");
+        QTest::newRow("delete unknown") << QStringLiteral("delete-unknown")
+                                        << QStringLiteral("Attempted to delete built-in or non-existent mode: "
+                                                          "C0FFEE00-0000-4000-8000-000000000000");
+        QTest::newRow("update unknown") << QStringLiteral("update-unknown")
+                                        << QStringLiteral("Attempted to update non-existent mode: "
+                                                          "C0FFEE00-0000-4000-8000-000000000000");
+    }
+
+    void refusedChangesAreLogged()
+    {
+        QFETCH(QString, action);
+        ModeManager manager(*m_settings);
+        const QList<Mode> before = manager.modes();
+        const QUuid unknown(QStringLiteral("c0ffee00-0000-4000-8000-000000000000"));
+        QSignalSpy changed(&manager, &ModeManager::modesChanged);
+        LogCapture log("tembrel.ModeManager");
+        if (action == QLatin1String("delete-builtin"))
+            manager.deleteMode(builtIn(1));
+        else if (action == QLatin1String("delete-unknown"))
+            manager.deleteMode(unknown);
+        else
+            manager.updateMode(custom("c0ffee00-0000-4000-8000-000000000000"));
+        QCOMPARE(log.lines().size(), 1);
+        QCOMPARE(log.lines().first().type, QtCriticalMsg);
+        QTEST(log.lines().first().message, "line");
+        QCOMPARE(manager.modes(), before);
+        QCOMPARE(changed.count(), 0);
+        QVERIFY(!m_settings->contains(modesKey));
+    }
+
+    void deleteRemovesCustomMode()
+    {
+        ModeManager manager(*m_settings);
+        const QUuid keep = manager.addMode(QStringLiteral("Keep"), QStringLiteral("k"), std::nullopt);
+        const QUuid drop = manager.addMode(QStringLiteral("Drop"), QStringLiteral("d"), std::nullopt);
+        manager.deleteMode(drop);
+        QVERIFY(!manager.mode(drop));
+        QVERIFY(manager.mode(keep));
+        QCOMPARE(ids(ModeManager(reopen()).modes()).last(), keep);
+    }
+
+    void resetRestoresShippedCatalogue()
+    {
+        ModeManager manager(*m_settings);
+        manager.addMode(QStringLiteral("Mine"), QStringLiteral("p"), Hotkey{0, 0x100000});
+        Mode primary = manager.defaultMode();
+        primary.prompt = QStringLiteral("changed");
+        primary.hotkey = Hotkey{2, 0x100000};
+        manager.updateMode(primary);
+        Mode concise = *manager.mode(builtIn(4));
+        concise.isEnabled = true;
+        manager.updateMode(concise);
+        manager.resetAllModes();
+        QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
+        QCOMPARE(ModeManager(reopen()).modes(), ModeCatalogue::defaultModes());
+    }
+
+    void unknownIdHasNoMode()
+    {
+        ModeManager manager(*m_settings);
+        QVERIFY(!manager.mode(QUuid::createUuid()));
+        QVERIFY(!manager.mode(QUuid()));
+    }
+
+    void modeUsingHotkey()
+    {
+        ModeManager manager(*m_settings);
+        const Hotkey shared{9, 0x140000};
+        const QUuid first = manager.addMode(QStringLiteral("First"), QStringLiteral("p"), shared);
+        const QUuid second = manager.addMode(QStringLiteral("Second"), QStringLiteral("p"), shared);
+
+        QCOMPARE(manager.modeUsingHotkey(9, 0x140000)->id, first);
+        QCOMPARE(manager.modeUsingHotkey(9, 0x140000, first)->id, second);
+        QCOMPARE(manager.modeUsingHotkey(9, 0x140000, second)->id, first);
+        QVERIFY(!manager.modeUsingHotkey(9, 0x140000 | 0x10000));
+        QVERIFY(!manager.modeUsingHotkey(9, 0x100000));
+        QCOMPARE(manager.modeUsingHotkey(1, 0x120000)->id, builtIn(1));
+        QVERIFY(!manager.modeUsingHotkey(1, 0x120000, builtIn(1)));
+        // Disabled modes still own their shortcut.
+        QCOMPARE(manager.modeUsingHotkey(35, 0x120000)->id, builtIn(2));
+    }
+
+    void hotkeyConfigsFollowTheCatalogue()
+    {
+        ModeManager manager(*m_settings);
+        const QUuid added = manager.addMode(QStringLiteral("Mine"), QStringLiteral("p"), std::nullopt);
+        const QList<HotkeyConfig> configs = manager.hotkeyConfigs();
+        QCOMPARE(configs.size(), 5);
+        QCOMPARE(configs[0], (HotkeyConfig{builtIn(1), true, Hotkey{1, 0x120000}}));
+        QCOMPARE(configs[3], (HotkeyConfig{builtIn(4), false, Hotkey{11, 0x120000}}));
+        QCOMPARE(configs[4], (HotkeyConfig{added, false, std::nullopt}));
+        QCOMPARE(manager.modeList().size(), 5);
+        QCOMPARE(manager.modeList().at(4).value<Mode>().id, added);
+    }
+
+    void migration_data()
+    {
+        QTest::addColumn<QVariant>("flag");
+        QTest::addColumn<QVariant>("legacyPrompt");
+        QTest::addColumn<bool>("alreadyDone");
+        QTest::addColumn<bool>("migrates");
+
+        const QString prompt = QStringLiteral("  My own prompt\n");
+        QTest::newRow("flag and prompt") << QVariant(true) << QVariant(prompt) << false << true;
+        QTest::newRow("blank prompt") << QVariant(true) << QVariant(QStringLiteral(" \n\t ")) << false << false;
+        QTest::newRow("empty prompt") << QVariant(true) << QVariant(QString()) << false << false;
+        QTest::newRow("flag off") << QVariant(false) << QVariant(prompt) << false << false;
+        QTest::newRow("no flag") << QVariant() << QVariant(prompt) << false << false;
+        QTest::newRow("no prompt") << QVariant(true) << QVariant() << false << false;
+        QTest::newRow("already migrated") << QVariant(true) << QVariant(prompt) << true << false;
+    }
+
+    void migration()
+    {
+        QFETCH(QVariant, flag);
+        QFETCH(QVariant, legacyPrompt);
+        QFETCH(bool, alreadyDone);
+        QFETCH(bool, migrates);
+        if (flag.isValid())
+            m_settings->setValue(QStringLiteral("useCustomSystemPrompt"), flag);
+        if (legacyPrompt.isValid())
+            m_settings->setValue(QStringLiteral("customSystemPrompt"), legacyPrompt);
+        if (alreadyDone)
+            m_settings->setValue(QStringLiteral("modesMigrationComplete"), true);
+
+        LogCapture log("tembrel.ModeManager");
+        ModeManager manager(reopen());
+        const Mode primary = manager.defaultMode();
+        const QString shipped = ModeCatalogue::defaultModes().first().prompt;
+        QCOMPARE(primary.prompt, migrates ? legacyPrompt.toString() : shipped);
+        QCOMPARE(primary.defaultPrompt, shipped);
+        QCOMPARE(m_settings->contains(modesKey), migrates);
+        QCOMPARE(log.lines().size(), migrates ? 1 : 0);
+        if (migrates) {
+            QCOMPARE(log.lines().first(),
+                     (LogCapture::Line{QtInfoMsg, QStringLiteral("Migrated custom system prompt to Tembrel mode")}));
+        }
+        QCOMPARE(reopen().value(QStringLiteral("modesMigrationComplete")).toString(), QStringLiteral("true"));
+        // The earlier keys are only read.
+        QCOMPARE(m_settings->value(QStringLiteral("customSystemPrompt")).isValid(), legacyPrompt.isValid());
+
+        // Runs once: a later launch keeps whatever the user has done since.
+        ModeManager later(*m_settings);
+        Mode edited = later.defaultMode();
+        edited.prompt = QStringLiteral("after");
+        later.updateMode(edited);
+        QCOMPARE(ModeManager(reopen()).defaultMode().prompt, QStringLiteral("after"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestModeManager)
+#include "tst_modemanager.moc"
