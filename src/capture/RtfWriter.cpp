@@ -18,8 +18,9 @@ void appendEscaped(QByteArray& out, const QString& text)
         } else if (unit < 0x20) {
             continue;
         } else {
-            // \u takes a signed 16-bit number; "?" is the fallback readers without Unicode show.
-            out += "\\u" + QByteArray::number(unit >= 0x8000 ? int(unit) - 65536 : int(unit)) + '?';
+            // \u takes a signed 16-bit number. The fallback "?" goes as a hex escape: some readers
+            // (pandoc) swallow the space after a literal fallback character.
+            out += "\\u" + QByteArray::number(unit >= 0x8000 ? int(unit) - 65536 : int(unit)) + "\\'3f";
         }
     }
 }
@@ -66,7 +67,7 @@ void appendParagraph(QByteArray& out, const TextParagraph& paragraph, int ordere
         if (paragraph.list == TextParagraph::List::ordered)
             out += QByteArray::number(orderedNumber) + '.';
         else
-            out += "\\u8226?";
+            out += "\\u8226\\'3f";
         out += "\\tab}";
     } else {
         out += ' ';
