@@ -1,1 +1,17 @@
 #include "platform/PlatformServices.h"
+
+#include "platform/x11/X11AccessibilityTrust.h"
+#include "platform/x11/X11GlobalShortcuts.h"
+#include "platform/x11/X11KeySender.h"
+#include "platform/x11/X11Workspace.h"
+
+std::unique_ptr<PlatformServices> createPlatformServices()
+{
+    auto services = std::make_unique<PlatformServices>();
+    auto shortcuts = std::make_unique<X11GlobalShortcuts>();
+    services->keySender = std::make_unique<X11KeySender>(shortcuts.get());
+    services->trust = std::make_unique<X11AccessibilityTrust>(services->keySender.get());
+    services->workspace = std::make_unique<X11Workspace>();
+    services->shortcuts = std::move(shortcuts);
+    return services;
+}

@@ -1,0 +1,78 @@
+#pragma once
+#include "platform/PlatformServices.h"
+
+#include <QHash>
+#include <QList>
+#include <functional>
+
+/// Test backends of the platform seam: they record what they were asked to do and let a test
+/// play the user's part (press a shortcut, deny trust).
+class FakeGlobalShortcuts : public GlobalShortcuts
+{
+public:
+    struct Registration
+    {
+        quint16 keyCode;
+        quint64 modifierFlags;
+    };
+
+    RegistrationError registerShortcut(quint32 id, quint16 keyCode, quint64 modifierFlags) override;
+    void unregisterShortcut(quint32 id) override;
+    void setPressHandler(std::function<void(quint32 id)> handler) override { m_onPress = std::move(handler); }
+
+    /// Plays a press of the shortcut registered under `id` (or of an id nobody registered).
+    void press(quint32 id) const;
+
+    QHash<quint32, Registration> registrations;
+    /// Shortcuts "owned by another application": registering them fails.
+    QList<QPair<quint16, quint64>> takenElsewhere;
+
+private:
+    std::function<void(quint32)> m_onPress;
+};
+
+class FakeKeySender : public KeySender
+{
+public:
+    [[nodiscard]] bool isAvailable() const override { return available; }
+    QCoro::Task<bool> sendCopy() override;
+
+    bool available = true;
+    int copiesSent = 0;
+    /// Runs when a copy is sent: a test puts the "selection" on the clipboard here, or does not.
+    std::function<void()> onCopy;
+};
+
+class FakeAccessibilityTrust : public AccessibilityTrust
+{
+public:
+    [[nodiscard]] bool isTrusted() const override { return trusted; }
+    void requestTrust() override { ++trustRequests; }
+    [[nodiscard]] QString untrustedReason() const override { return trusted ? QString() : reason; }
+
+    bool trusted = true;
+    int trustRequests = 0;
+    QString reason = QStringLiteral("Not trusted in this test.");
+};
+
+class FakeWorkspace : public Workspace
+{
+public:
+    [[nodiscard]] QString frontmostApplicationName() const override { return frontmostApplication; }
+    [[nodiscard]] bool hasCompositor() const override { return compositor; }
+
+    QString frontmostApplication = QStringLiteral("TextEdit");
+    bool compositor = true;
+};
+
+/// The fake services with their concrete types, for tests that play the user's part.
+struct FakePlatform
+{
+    FakeGlobalShortcuts* shortcuts;
+    FakeKeySender* keySender;
+    FakeAccessibilityTrust* trust;
+    FakeWorkspace* workspace;
+};
+
+/// Builds fake services and hands out typed pointers to them (owned by the returned services).
+std::unique_ptr<PlatformServices> createFakePlatformServices(FakePlatform* handles);

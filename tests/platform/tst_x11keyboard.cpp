@@ -1,0 +1,233 @@
+#include <QApplication>
+#include <QKeyEvent>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWidget>
+
+#include <QCoro/QCoroTask>
+
+#include "platform/x11/X11GlobalShortcuts.h"
+#include "platform/x11/X11KeySender.h"
+#include "platform/x11/X11Workspace.h"
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace {
+
+constexpr quint16 macS = 1;
+constexpr quint64 commandShift = 0x120000;
+
+// Records the keys that reach it, standing in for the application the user is writing in.
+class KeyRecorder : public QWidget
+{
+public:
+    struct Key
+    {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+    };
+    QList<Key> pressed;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override { pressed.append({event->key(), event->modifiers()}); }
+};
+
+// A second client playing the user's keyboard, as XTest events from a person would arrive.
+class Keyboard
+{
+public:
+    Keyboard() : m_display(XOpenDisplay(nullptr)) {}
+    ~Keyboard()
+    {
+        if (m_display)
+            XCloseDisplay(m_display);
+    }
+    void down(KeySym sym) { send(sym, true); }
+    void up(KeySym sym) { send(sym, false); }
+    Display* display() const { return m_display; }
+
+private:
+    void send(KeySym sym, bool press)
+    {
+        XTestFakeKeyEvent(m_display, XKeysymToKeycode(m_display, sym), press, CurrentTime);
+        XFlush(m_display);
+    }
+    Display* m_display;
+};
+
+} // namespace
+
+class X11KeyboardTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_recorder = std::make_unique<KeyRecorder>();
+        m_recorder->setGeometry(100, 100, 300, 200);
+        m_recorder->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_recorder.get()));
+        XSetInputFocus(m_keyboard.display(), Window(m_recorder->winId()), RevertToParent, CurrentTime);
+        XSync(m_keyboard.display(), False);
+        QTest::qWait(50);
+    }
+
+    void cleanup()
+    {
+        for (KeySym sym : {XK_s, XK_Shift_L, XK_Control_L, XK_c})
+            m_keyboard.up(sym);
+        m_recorder.reset();
+    }
+
+    void pressIsReportedOnceWhileHeld()
+    {
+        X11GlobalShortcuts shortcuts;
+        QList<quint32> presses;
+        shortcuts.setPressHandler([&](quint32 id) { presses << id; });
+        QCOMPARE(shortcuts.registerShortcut(7, macS, commandShift), GlobalShortcuts::RegistrationError::none);
+
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_s);
+        QTRY_COMPARE(presses, QList<quint32>{7});
+        QVERIFY(shortcuts.isGrabbedKeyHeld());
+        // A second press of the held key (what key repeat sends) is not a new press.
+        m_keyboard.down(XK_s);
+        QTest::qWait(100);
+        QCOMPARE(presses.size(), 1);
+
+        QSignalSpy released(&shortcuts, &X11GlobalShortcuts::grabbedKeyReleased);
+        m_keyboard.up(XK_s);
+        QTRY_COMPARE(released.size(), 1);
+        QVERIFY(!shortcuts.isGrabbedKeyHeld());
+        // The shortcut's keys never reached the focused application.
+        QVERIFY(m_recorder->pressed.isEmpty() || m_recorder->pressed.first().key != Qt::Key_S);
+    }
+
+    void otherModifiersDoNotTrigger()
+    {
+        X11GlobalShortcuts shortcuts;
+        int presses = 0;
+        shortcuts.setPressHandler([&](quint32) { ++presses; });
+        QCOMPARE(shortcuts.registerShortcut(1, macS, commandShift), GlobalShortcuts::RegistrationError::none);
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_s);
+        m_keyboard.up(XK_s);
+        m_keyboard.up(XK_Control_L);
+        QTest::qWait(150);
+        QCOMPARE(presses, 0);
+    }
+
+    void shortcutOwnedElsewhereFailsAndOthersStillWork()
+    {
+        Keyboard other;
+        const KeyCode p = XKeysymToKeycode(other.display(), XK_p);
+        XGrabKey(other.display(), p, ControlMask | ShiftMask, DefaultRootWindow(other.display()), True,
+                 GrabModeAsync, GrabModeAsync);
+        XSync(other.display(), False);
+
+        X11GlobalShortcuts shortcuts;
+        QCOMPARE(shortcuts.registerShortcut(1, 35, commandShift), GlobalShortcuts::RegistrationError::alreadyTaken);
+        QCOMPARE(shortcuts.registerShortcut(2, macS, commandShift), GlobalShortcuts::RegistrationError::none);
+        QCOMPARE(shortcuts.registerShortcut(3, macS, commandShift), GlobalShortcuts::RegistrationError::alreadyTaken);
+        QCOMPARE(shortcuts.registerShortcut(4, 10, commandShift), GlobalShortcuts::RegistrationError::unknownKey);
+
+        QList<quint32> presses;
+        shortcuts.setPressHandler([&](quint32 id) { presses << id; });
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_s);
+        m_keyboard.up(XK_s);
+        QTRY_COMPARE(presses, QList<quint32>{2});
+    }
+
+    void unregisteredShortcutReachesTheApplication()
+    {
+        X11GlobalShortcuts shortcuts;
+        QCOMPARE(shortcuts.registerShortcut(1, macS, commandShift), GlobalShortcuts::RegistrationError::none);
+        shortcuts.unregisterShortcut(1);
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_s);
+        m_keyboard.up(XK_s);
+        QTRY_VERIFY(!m_recorder->pressed.isEmpty());
+        QCOMPARE(m_recorder->pressed.last().key, int(Qt::Key_S));
+    }
+
+    void copyWaitsForReleaseAndSendsExactlyControlC()
+    {
+        X11GlobalShortcuts shortcuts;
+        X11KeySender sender(&shortcuts);
+        QVERIFY(sender.isAvailable());
+        bool pressed = false;
+        shortcuts.setPressHandler([&](quint32) { pressed = true; });
+        QCOMPARE(shortcuts.registerShortcut(1, macS, commandShift), GlobalShortcuts::RegistrationError::none);
+
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_s);
+        QTRY_VERIFY(pressed);
+
+        bool sent = false;
+        bool finished = false;
+        QCoro::connect(sender.sendCopy(), this, [&](bool result) {
+            sent = result;
+            finished = true;
+        });
+        QTest::qWait(100);
+        QVERIFY2(!finished, "the copy must wait while the shortcut's key is held");
+        m_keyboard.up(XK_s);
+        QTRY_VERIFY(finished);
+        QVERIFY(sent);
+
+        // Ctrl and Shift are still physically "held" by the keyboard client; the focused
+        // application must still see Ctrl+C alone, not Ctrl+Shift+C.
+        QTRY_VERIFY(!m_recorder->pressed.isEmpty());
+        const auto key = std::find_if(m_recorder->pressed.cbegin(), m_recorder->pressed.cend(),
+                                      [](const KeyRecorder::Key& k) { return k.key == Qt::Key_C; });
+        QVERIFY(key != m_recorder->pressed.cend());
+        QCOMPARE(key->modifiers, Qt::KeyboardModifiers(Qt::ControlModifier));
+    }
+
+    void heldKeyGivesUpTheGrab()
+    {
+        X11GlobalShortcuts shortcuts;
+        X11KeySender sender(&shortcuts);
+        bool pressed = false;
+        shortcuts.setPressHandler([&](quint32) { pressed = true; });
+        QCOMPARE(shortcuts.registerShortcut(1, macS, commandShift), GlobalShortcuts::RegistrationError::none);
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_s);
+        QTRY_VERIFY(pressed);
+
+        bool finished = false;
+        QCoro::connect(sender.sendCopy(), this, [&](bool) { finished = true; });
+        QTRY_VERIFY_WITH_TIMEOUT(finished, 3000);
+        QVERIFY(!shortcuts.isGrabbedKeyHeld());
+        QTRY_VERIFY(std::any_of(m_recorder->pressed.cbegin(), m_recorder->pressed.cend(),
+                                [](const KeyRecorder::Key& k) { return k.key == Qt::Key_C; }));
+    }
+
+    void focusedApplicationIsNamed()
+    {
+        X11Workspace workspace;
+        QCOMPARE(workspace.frontmostApplicationName(), QStringLiteral("tst_x11keyboard"));
+        QVERIFY(!workspace.hasCompositor());
+    }
+
+private:
+    Keyboard m_keyboard;
+    std::unique_ptr<KeyRecorder> m_recorder;
+};
+
+int main(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    X11KeyboardTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_x11keyboard.moc"
