@@ -171,7 +171,8 @@ std::variant<FixHistoryEntry, HistoryDecodeError> HistoryJson::decodeEntry(const
     FixHistoryEntry entry;
     const QJsonValue id = object.value(idKey);
     entry.id = QUuid::fromString(id.toString());
-    if (!id.isString() || entry.id.isNull())
+    // The all-zero id is a valid UUID; only a text that does not parse is refused.
+    if (!id.isString() || (entry.id.isNull() && id.toString() != QUuid().toString(QUuid::WithoutBraces)))
         return wrong(idKey);
     const QJsonValue timestamp = object.value(timestampKey);
     if (!timestamp.isDouble())

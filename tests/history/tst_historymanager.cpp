@@ -1,0 +1,313 @@
+#include "history/HistoryFile.h"
+#include "history/HistoryManager.h"
+#include "history/StdoutCapture.h"
+#include "modes/LogCapture.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+
+namespace {
+QByteArray fixture(const char* name)
+{
+    QFile file(QStringLiteral(TEMBREL_TEST_DATA_DIR "/history/") + QString::fromLatin1(name));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("missing fixture %s", name);
+    return file.readAll();
+}
+
+FixHistoryEntry draft(const QString& original, const QString& fixed = QStringLiteral("fixed"))
+{
+    FixHistoryEntry entry;
+    entry.originalText = original;
+    entry.fixedText = fixed;
+    entry.sourceApp = QStringLiteral("Editor");
+    entry.traceId = QStringLiteral("T");
+    entry.trace = QList<TraceEvent>{{QDateTime::currentDateTime(), QStringLiteral("hotkey_pressed"), std::nullopt}};
+    entry.sourceFormat = FixHistoryEntry::sourceFormatName(SourceFormat::plainText);
+    entry.modeName = QStringLiteral("Tembrel");
+    return entry;
+}
+
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString& path, const QByteArray& data)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size())
+        qFatal("cannot write %s", qPrintable(path));
+}
+} // namespace
+
+class TestHistoryManager : public QObject
+{
+    Q_OBJECT
+
+    TestEnvironment m_env;
+    int m_run = 0;
+    std::unique_ptr<QSettings> m_settings;
+    QString m_path;
+
+private Q_SLOTS:
+    void init()
+    {
+        ++m_run;
+        m_settings = std::make_unique<QSettings>(m_env.configHome() + QStringLiteral("/history-%1.conf").arg(m_run),
+                                                 QSettings::IniFormat);
+        m_path = m_env.dataHome() + QStringLiteral("/run-%1/Tembrel/history.json").arg(m_run);
+    }
+
+    void defaultLocation()
+    {
+        QCOMPARE(HistoryManager::defaultStoragePath(), m_env.dataHome() + QStringLiteral("/Tembrel/history.json"));
+    }
+
+    void startsEmptyWithoutFileAndWritesNothing()
+    {
+        HistoryManager history(*m_settings, m_path);
+        QVERIFY(history.entries().isEmpty());
+        QVERIFY(history.isEnabled());
+        QVERIFY(!QFile::exists(m_path));
+    }
+
+    void addPutsNewestFirstAndSaves()
+    {
+        HistoryManager history(*m_settings, m_path);
+        QSignalSpy changed(&history, &HistoryManager::entriesChanged);
+        const QDateTime before = QDateTime::currentDateTime();
+        FixHistoryEntry first = draft(QStringLiteral("one"));
+        first.id = QUuid(QStringLiteral("7d444840-9dc0-11d1-b245-5ffdce74fad2"));
+        first.editCount = 99;
+        const std::optional<QUuid> firstId = history.addEntry(first);
+        const std::optional<QUuid> secondId = history.addEntry(draft(QStringLiteral("two")));
+        QVERIFY(firstId && secondId && *firstId != *secondId);
+        // The store gives every entry its own id and time; the count arrives later.
+        QVERIFY(*firstId != first.id);
+        QCOMPARE(changed.count(), 2);
+        QCOMPARE(history.entries()[0].id, *secondId);
+        QCOMPARE(history.entries()[1].originalText, QStringLiteral("one"));
+        QVERIFY(!history.entries()[1].editCount);
+        QVERIFY(history.entries()[1].timestamp >= before.addMSecs(-1));
+
+        HistoryManager reloaded(*m_settings, m_path);
+        QCOMPARE(reloaded.entries(), history.entries());
+    }
+
+    void capAt500OnAddOnly()
+    {
+        QList<FixHistoryEntry> stored;
+        for (int i = 0; i < 503; ++i) {
+            FixHistoryEntry entry = draft(QStringLiteral("entry %1").arg(i));
+            entry.id = QUuid::createUuid();
+            entry.timestamp = QDateTime::currentDateTime().addSecs(-i);
+            stored.append(entry);
+        }
+        QVERIFY(!HistoryFile::write(m_path, stored));
+        HistoryManager history(*m_settings, m_path);
+        QCOMPARE(history.entries().size(), 503);
+
+        const QUuid added = *history.addEntry(draft(QStringLiteral("newest")));
+        QCOMPARE(history.entries().size(), 500);
+        QCOMPARE(history.entries().first().id, added);
+        QCOMPARE(history.entries().last().originalText, QStringLiteral("entry 498"));
+        QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 500);
+    }
+
+    void the501stEntryDropsTheOldest()
+    {
+        HistoryManager history(*m_settings, m_path);
+        QList<FixHistoryEntry> full;
+        for (int i = 0; i < 500; ++i)
+            full.append(draft(QStringLiteral("entry %1").arg(i)));
+        QVERIFY(!HistoryFile::write(m_path, full));
+        history.load();
+        QCOMPARE(history.entries().size(), 500);
+        history.addEntry(draft(QStringLiteral("new")));
+        QCOMPARE(history.entries().size(), 500);
+        QCOMPARE(history.entries().first().originalText, QStringLiteral("new"));
+        QCOMPARE(history.entries().last().originalText, QStringLiteral("entry 498"));
+    }
+
+    void disabledRecordsNothing_data()
+    {
+        QTest::addColumn<QVariant>("stored");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("absent") << QVariant() << true;
+        QTest::newRow("false") << QVariant(false) << false;
+        QTest::newRow("true") << QVariant(true) << true;
+        QTest::newRow("not a boolean") << QVariant(QStringLiteral("no")) << true;
+        QTest::newRow("zero") << QVariant(0) << true;
+    }
+
+    void disabledRecordsNothing()
+    {
+        QFETCH(QVariant, stored);
+        QFETCH(bool, enabled);
+        if (stored.isValid())
+            m_settings->setValue(QStringLiteral("historyEnabled"), stored);
+        m_settings->sync();
+        QSettings reread(m_settings->fileName(), QSettings::IniFormat);
+        HistoryManager history(reread, m_path);
+        QCOMPARE(history.isEnabled(), enabled);
+        QCOMPARE(history.addEntry(draft(QStringLiteral("x"))).has_value(), enabled);
+        QCOMPARE(QFile::exists(m_path), enabled);
+        QCOMPARE(history.entries().size(), enabled ? 1 : 0);
+    }
+
+    void togglingStoresFlagOnly()
+    {
+        HistoryManager history(*m_settings, m_path);
+        history.addEntry(draft(QStringLiteral("kept")));
+        const QByteArray file = fileBytes(m_path);
+        QSignalSpy toggled(&history, &HistoryManager::isEnabledChanged);
+        history.setEnabled(false);
+        QCOMPARE(toggled.count(), 1);
+        QCOMPARE(m_settings->value(QStringLiteral("historyEnabled")).toBool(), false);
+        QCOMPARE(history.entries().size(), 1);
+        QCOMPARE(fileBytes(m_path), file);
+        history.setEnabled(true);
+        QCOMPARE(m_settings->value(QStringLiteral("historyEnabled")).toBool(), true);
+    }
+
+    void updateEditCount()
+    {
+        HistoryManager history(*m_settings, m_path);
+        const QUuid older = *history.addEntry(draft(QStringLiteral("older")));
+        const QUuid newer = *history.addEntry(draft(QStringLiteral("newer")));
+        const FixHistoryEntry before = history.entries()[1];
+        history.updateEditCount(older, 5);
+        QCOMPARE(history.entries()[1].editCount, std::optional<qint64>(5));
+        FixHistoryEntry expected = before;
+        expected.editCount = 5;
+        QCOMPARE(history.entries()[1], expected);
+        QVERIFY(!history.entries()[0].editCount);
+        QCOMPARE(history.totalEdits(), 5);
+        history.updateEditCount(newer, 0);
+        QCOMPARE(HistoryManager(*m_settings, m_path).entries()[0].editCount, std::optional<qint64>(0));
+
+        // A vanished id changes and saves nothing.
+        const QByteArray file = fileBytes(m_path);
+        QSignalSpy changed(&history, &HistoryManager::entriesChanged);
+        history.updateEditCount(QUuid::createUuid(), 9);
+        QCOMPARE(changed.count(), 0);
+        QCOMPARE(fileBytes(m_path), file);
+    }
+
+    void deleteAndClear()
+    {
+        HistoryManager history(*m_settings, m_path);
+        const QUuid a = *history.addEntry(draft(QStringLiteral("a")));
+        history.addEntry(draft(QStringLiteral("b")));
+        history.deleteEntry(a);
+        QCOMPARE(history.entries().size(), 1);
+        QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
+        history.clearAll();
+        QVERIFY(history.entries().isEmpty());
+        QCOMPARE(fileBytes(m_path), QByteArray("[]"));
+    }
+
+    void deleteRemovesEveryEntryWithTheId()
+    {
+        QList<FixHistoryEntry> stored = std::get<QList<FixHistoryEntry>>(HistoryFile::decode(fixture("full.json")));
+        stored.append(stored.first());
+        QVERIFY(!HistoryFile::write(m_path, stored));
+        HistoryManager history(*m_settings, m_path);
+        QCOMPARE(history.entries().size(), 3);
+        history.deleteEntry(stored.first().id);
+        QCOMPARE(history.entries().size(), 1);
+    }
+
+    void filterAndTotals()
+    {
+        QVERIFY(!HistoryFile::write(m_path, std::get<QList<FixHistoryEntry>>(HistoryFile::decode(fixture("full.json")))));
+        HistoryManager history(*m_settings, m_path);
+        QCOMPARE(history.filtered(QString()).size(), 2);
+        QCOMPARE(history.filtered(QStringLiteral("MEETING")).size(), 1);
+        QCOMPARE(history.filtered(QStringLiteral("meting")).size(), 1);
+        QCOMPARE(history.filtered(QStringLiteral("chromium")).size(), 0);
+        QCOMPARE(history.filtered(QStringLiteral("BACKSLASH \\")).size(), 1);
+        QCOMPARE(history.filtered(QStringLiteral(" ")).size(), 2);
+        QCOMPARE(history.totalEdits(), 4);
+    }
+
+    void unreadableFileIsReportedAndKept_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::newRow("entry without timestamp") << fixture("missing-timestamp.json");
+        QTest::newRow("truncated") << fixture("truncated.json");
+        QTest::newRow("empty") << QByteArray();
+    }
+
+    void unreadableFileIsReportedAndKept()
+    {
+        QFETCH(QByteArray, data);
+        writeFile(m_path, data);
+        StdoutCapture out;
+        LogCapture log("tembrel.HistoryManager");
+        HistoryManager history(*m_settings, m_path);
+        const QByteArray printed = out.text();
+        QVERIFY2(printed.startsWith("Failed to load history: "), printed.constData());
+        QVERIFY(printed.endsWith('\n'));
+        QCOMPARE(printed.count('\n'), 1);
+        QVERIFY(history.entries().isEmpty());
+        // Loading leaves the file alone ...
+        QCOMPARE(fileBytes(m_path), data);
+        // ... and keeps a copy that the next save cannot touch.
+        const QStringList copies = QDir(QFileInfo(m_path).absolutePath())
+                                       .entryList({QStringLiteral("history.json.unreadable-*")}, QDir::Files);
+        QCOMPARE(copies.size(), 1);
+        const QString copy = QFileInfo(m_path).absolutePath() + QLatin1Char('/') + copies.first();
+        QCOMPARE(fileBytes(copy), data);
+        QCOMPARE(log.lines().size(), 1);
+        QCOMPARE(log.lines().first().type, QtWarningMsg);
+        QCOMPARE(log.lines().first().message, QStringLiteral("Kept the unreadable history file as ") + copy);
+
+        history.addEntry(draft(QStringLiteral("after")));
+        QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
+        QCOMPARE(fileBytes(copy), data);
+    }
+
+    void saveFailureIsPrintedAndMemoryKept()
+    {
+        const QString blocked = m_env.dataHome() + QStringLiteral("/blocked-%1").arg(m_run);
+        writeFile(blocked, "not a folder");
+        HistoryManager history(*m_settings, blocked + QStringLiteral("/Tembrel/history.json"));
+        StdoutCapture out;
+        const std::optional<QUuid> id = history.addEntry(draft(QStringLiteral("kept in memory")));
+        QVERIFY(id);
+        QCOMPARE(history.entries().size(), 1);
+        history.updateEditCount(*id, 2);
+        QCOMPARE(history.entries().first().editCount, std::optional<qint64>(2));
+        const QList<QByteArray> lines = out.text().split('\n');
+        QCOMPARE(lines.size(), 3);
+        QVERIFY2(lines[0].startsWith("Failed to save history: "), lines[0].constData());
+        QVERIFY(lines[1].startsWith("Failed to save history: "));
+        QVERIFY(lines[2].isEmpty());
+    }
+
+    void loadReplacesTheList()
+    {
+        HistoryManager history(*m_settings, m_path);
+        history.addEntry(draft(QStringLiteral("mine")));
+        writeFile(m_path, fixture("minimal.json"));
+        history.load();
+        QCOMPARE(history.entries().size(), 2);
+        QCOMPARE(history.entries().first().originalText, QStringLiteral("teh cat"));
+        // A missing file leaves the list as it is.
+        QFile::remove(m_path);
+        history.load();
+        QCOMPARE(history.entries().size(), 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestHistoryManager)
+#include "tst_historymanager.moc"
