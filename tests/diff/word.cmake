@@ -4,3 +4,5 @@ set(TEMBREL_WORD_DIFF_REFERENCE
 tembrel_add_test(tst_worddiff LABEL unit SOURCES tst_worddiff.cpp ${TEMBREL_WORD_DIFF_REFERENCE} LIBS tembrel_core)
 tembrel_add_test(tst_worddiffequivalence LABEL unit SOURCES tst_worddiffequivalence.cpp ${TEMBREL_WORD_DIFF_REFERENCE}
   LIBS tembrel_core)
+tembrel_add_test(tst_diffcomputer LABEL unit SOURCES tst_diffcomputer.cpp DiffFormat.h LIBS tembrel_core)
+tembrel_add_test(tst_diffrenderviewmodel LABEL unit SOURCES tst_diffrenderviewmodel.cpp LIBS tembrel_gui)
