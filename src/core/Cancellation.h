@@ -11,7 +11,9 @@ class CancellationToken
 public:
     CancellationToken();
 
+    /// Whether cancel() was called on this token or a copy of it.
     [[nodiscard]] bool isCancelled() const;
+    /// Cancels every copy of this token; later calls do nothing.
     void cancel() const;
 
     /// A QObject that emits `cancelled()` on its thread when cancel() is called; connect awaiting
@@ -26,6 +28,7 @@ private:
     std::shared_ptr<State> m_state;
 };
 
+/// Carries a token's cancellation as a signal, for code that awaits signals rather than polls.
 class CancellationNotifier : public QObject
 {
     Q_OBJECT

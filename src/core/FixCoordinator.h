@@ -61,10 +61,13 @@ public:
     [[nodiscard]] const std::optional<CapturedContent>& pendingContent() const { return m_pendingContent; }
     /// The trace of the run in flight (or of the last one).
     [[nodiscard]] TracePtr currentTrace() const { return m_currentTrace; }
+    /// The prompt of the mode of the last run started; a retry uses it again.
     [[nodiscard]] const std::optional<QString>& currentModePrompt() const { return m_currentModePrompt; }
+    /// The name of that mode; absent for a mode without a name.
     [[nodiscard]] const std::optional<QString>& currentModeName() const { return m_currentModeName; }
 
 Q_SIGNALS:
+    /// A run started with nothing in flight, or the run in flight ended.
     void isProcessingChanged(bool isProcessing);
 
 private:
