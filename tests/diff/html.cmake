@@ -8,3 +8,8 @@ if(TEMBREL_NODE)
 else()
   message(WARNING "node not found: the HTML diff script tests are not registered")
 endif()
+
+tembrel_add_test(tst_htmldiffpage LABEL unit
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_htmldiffpage.cpp LIBS tembrel_gui tembrel_guiplugin)
+tembrel_add_test(tst_diffwebview LABEL platform TIMEOUT 180
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/tst_diffwebview.cpp LIBS tembrel_gui tembrel_guiplugin)

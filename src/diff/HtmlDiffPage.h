@@ -1,0 +1,28 @@
+#pragma once
+#include <QString>
+
+/// Builds the self-contained page that diffs two HTML documents, numbers the edits and reports
+/// the edit count and content height to its host over named message channels.
+class HtmlDiffPage
+{
+public:
+    /// Channel on which the page posts its number of edits (an integer).
+    static constexpr auto editCountChannel = "editCountHandler";
+    /// Channel on which the page posts its content height in CSS pixels (a number).
+    static constexpr auto contentHeightChannel = "contentHeightHandler";
+
+    /// The complete page for one (original, fixed) pair, ready to load without a base URL.
+    [[nodiscard]] static QString build(const QString& originalHtml, const QString& fixedHtml);
+
+    /// The text as a JavaScript template literal, backticks included.
+    [[nodiscard]] static QString templateLiteral(const QString& text);
+
+    /// The script that moves the highlighted edit to the given index.
+    [[nodiscard]] static QString scrollToEditScript(int index);
+
+    /// The diff script the page carries; empty (and logged) when the resource is missing.
+    [[nodiscard]] static QString diffScript();
+
+    /// The page's style sheet, light and dark appearance.
+    [[nodiscard]] static QString styleSheet();
+};
