@@ -11,12 +11,18 @@
 namespace {
 
 // Escaping works on the UTF-8 bytes: every character that needs it is ASCII, and multi-byte
-// sequences never contain ASCII bytes.
+// sequences never contain ASCII bytes. Runs that need no escaping are copied in one go.
 void appendString(QByteArray& out, const QString& text)
 {
     const QByteArray utf8 = text.toUtf8();
     out += '"';
-    for (const char c : utf8) {
+    qsizetype runStart = 0;
+    for (qsizetype i = 0; i < utf8.size(); ++i) {
+        const uchar c = uchar(utf8[i]);
+        if (c >= 0x20 && c != '"' && c != '\\')
+            continue;
+        out.append(utf8.constData() + runStart, i - runStart);
+        runStart = i + 1;
         switch (c) {
         case '"':
             out += "\\\"";
@@ -34,12 +40,10 @@ void appendString(QByteArray& out, const QString& text)
             out += "\\t";
             break;
         default:
-            if (uchar(c) < 0x20)
-                out += "\\u" + QByteArray::number(uchar(c), 16).rightJustified(4, '0');
-            else
-                out += c;
+            out += "\\u" + QByteArray::number(c, 16).rightJustified(4, '0');
         }
     }
+    out.append(utf8.constData() + runStart, utf8.size() - runStart);
     out += '"';
 }
 
