@@ -82,7 +82,9 @@ DiffComputation DiffUtils::wordDiff(const QString &original, const QString &fixe
     }
 
     const std::vector<LcsStep> steps = lcsBacktrack(a, b);
-    result.changes.reserve(qsizetype(steps.size()));
+    // A substitution makes two changes out of one step.
+    result.changes.reserve(qsizetype(steps.size())
+                           + qsizetype(std::count(steps.begin(), steps.end(), LcsStep::Substitute)));
     qsizetype i = 0;
     qsizetype j = 0;
     for (auto step = steps.rbegin(); step != steps.rend(); ++step) {

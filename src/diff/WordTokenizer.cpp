@@ -6,6 +6,7 @@
 QList<TextSpan> originalWordSpans(QStringView text)
 {
     QList<TextSpan> words;
+    words.reserve(text.size() / 6);
     qsizetype start = -1;
     for (qsizetype i = 0; i < text.size(); ++i) {
         // Every White_Space code point is in the BMP, so code units are enough here.
@@ -25,6 +26,7 @@ QList<TextSpan> originalWordSpans(QStringView text)
 QList<FixedTokenSpan> fixedTokenSpans(QStringView text)
 {
     QList<FixedTokenSpan> tokens;
+    tokens.reserve(text.size() / 6);
     GraphemeCursor cursor(text);
     qsizetype begin = 0;
     bool insideWord = false;
