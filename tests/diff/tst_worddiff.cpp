@@ -1,6 +1,7 @@
 #include "DiffFormat.h"
 #include "ReferenceWordDiff.h"
 #include "diff/DiffUtils.h"
+#include "diff/Graphemes.h"
 #include "diff/WhiteSpace.h"
 
 #include <QTest>
@@ -19,6 +20,8 @@ private Q_SLOTS:
     void fixedTokens_data();
     void fixedTokens();
     void whiteSpaceProperty();
+    void graphemeCount_data();
+    void graphemeCount();
     void canonicalEquivalence();
 };
 
@@ -136,6 +139,31 @@ void TestWordDiff::whiteSpaceProperty()
         }
     }
     QCOMPARE(count, listed.size());
+}
+
+void TestWordDiff::graphemeCount_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("count");
+    QTest::newRow("empty") << QString() << 0;
+    QTest::newRow("ascii") << "abc" << 3;
+    QTest::newRow("cr lf is one") << "a\r\nb" << 3;
+    QTest::newRow("lf cr is two") << "\n\r" << 2;
+    QTest::newRow("cr cr lf") << "\r\r\n" << 2;
+    QTest::newRow("latin-1 only") << "caf\u00e9\u00a0!" << 6;
+    QTest::newRow("combining mark") << "e\u0301" << 1;
+    QTest::newRow("flag") << "\U0001F1E9\U0001F1EA" << 1;
+    QTest::newRow("family") << "\U0001F468\u200D\U0001F469\u200D\U0001F467" << 1;
+    QTest::newRow("skin tone") << "\U0001F44D\U0001F3FD" << 1;
+    QTest::newRow("hangul jamo") << "\u1100\u1161\u11a8" << 1;
+    QTest::newRow("mixed with cr lf") << "\u00e9\r\n\u0915\u094d" << 3;
+}
+
+void TestWordDiff::graphemeCount()
+{
+    QFETCH(QString, text);
+    QFETCH(int, count);
+    QCOMPARE(::graphemeCount(text), qsizetype(count));
 }
 
 void TestWordDiff::canonicalEquivalence()
