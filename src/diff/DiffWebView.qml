@@ -43,7 +43,7 @@ Item {
         }
         onScriptRequested: (script) => {
             if (loader.item) {
-                loader.item.runJavaScript(script)
+                loader.item.run(script)
             }
         }
     }
@@ -63,11 +63,21 @@ Item {
             id: view
 
             property bool pageReady: false
+            // The latest script asked for while the page was still loading; it runs once it has.
+            property string waitingScript
 
             function show(html) {
                 pageReady = false
                 d.pageLoads += 1
                 loadHtml(html)
+            }
+
+            function run(script) {
+                if (pageReady) {
+                    runJavaScript(script)
+                } else {
+                    waitingScript = script
+                }
             }
 
             // The page shows only once it is laid out, over the panel's own background.
@@ -96,6 +106,10 @@ Item {
             onLoadingChanged: (info) => {
                 if (info.status === WebEngineView.LoadSucceededStatus) {
                     pageReady = true
+                    if (waitingScript.length > 0) {
+                        runJavaScript(waitingScript)
+                        waitingScript = ""
+                    }
                 }
             }
 
