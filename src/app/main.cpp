@@ -1,3 +1,6 @@
+#include "app/TembrelApp.h"
+#include "platform/PlatformServices.h"
+
 #include <QApplication>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -10,5 +13,8 @@ int main(int argc, char* argv[])
     QApplication::setOrganizationDomain(QStringLiteral("tembrel.com"));
     QApplication::setApplicationName(QStringLiteral("Tembrel"));
     QApplication::setQuitOnLastWindowClosed(false);
+
+    TembrelApp tembrel(createPlatformServices());
+    tembrel.start();
     return QApplication::exec();
 }

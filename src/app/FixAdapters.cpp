@@ -1,0 +1,126 @@
+#include "app/FixAdapters.h"
+
+#include "analytics/AnalyticsManager.h"
+#include "analytics/AnalyticsVocabulary.h"
+#include "capture/ClipboardManager.h"
+#include "capture/SelectionManager.h"
+#include "history/HistoryManager.h"
+#include "modes/ModeManager.h"
+#include "panel/InlineDiffPanelController.h"
+#include "settings/SettingsManager.h"
+#include "settings/UsageStatsManager.h"
+
+#include <QJsonObject>
+
+QList<ModeSummary> ModeCatalogAdapter::modes() const
+{
+    QList<ModeSummary> summaries;
+    for (const Mode& mode : m_modes.modes())
+        summaries.append({mode.idString(), mode.name, mode.prompt});
+    return summaries;
+}
+
+QCoro::Task<std::optional<CapturedContent>> SelectionAdapter::captureSelection()
+{
+    const std::optional<ClipboardContent> content = co_await m_selection.captureSelection();
+    if (!content)
+        co_return std::nullopt;
+    co_return content->toCaptured();
+}
+
+QString ClipboardAdapter::cleanHtmlForFix(const QString& html) const
+{
+    return ClipboardManager::cleanHTMLForFix(html);
+}
+
+QString ClipboardAdapter::htmlToPlainText(const QString& html) const
+{
+    return ClipboardManager::htmlToPlainText(html);
+}
+
+void ClipboardAdapter::writeFixedContent(const QString& fixedText, const CapturedContent& captured)
+{
+    m_clipboard.writeFixedContent(fixedText, captured);
+}
+
+void PanelAdapter::showLoading()
+{
+    m_panel.showLoading();
+}
+
+void PanelAdapter::showError(const QString& message)
+{
+    m_panel.showError(message);
+}
+
+void PanelAdapter::showSuccess(const FixResult& result, double, EditCountCallback onEditCount)
+{
+    m_panel.showResult(result.fixedText, true);
+    if (onEditCount)
+        onEditCount(result.editCount.value_or(0));
+}
+
+void PanelAdapter::showNoChanges(const FixResult& result, double, EditCountCallback onEditCount)
+{
+    m_panel.showResult(result.fixedText, false);
+    if (onEditCount)
+        onEditCount(0);
+}
+
+bool SettingsAdapter::isCustomEndpointConfigured() const
+{
+    return m_settings.isCustomEndpointConfigured();
+}
+
+bool SettingsAdapter::isHistoryEnabled() const
+{
+    return m_history.isEnabled();
+}
+
+bool SettingsAdapter::isAnalyticsEnabled() const
+{
+    return m_settings.analyticsEnabled();
+}
+
+void HistoryAdapter::addEntry(const HistoryRecord& record)
+{
+    FixHistoryEntry entry;
+    entry.id = QUuid::fromString(record.id);
+    entry.timestamp = record.timestamp;
+    entry.originalText = record.originalText;
+    entry.fixedText = record.fixedText;
+    entry.editCount = record.editCount;
+    entry.sourceApp = record.sourceApp;
+    entry.trace = record.trace;
+    entry.traceId = record.traceId;
+    entry.originalHTML = record.originalHTML;
+    entry.fixedHTML = record.fixedHTML;
+    entry.sourceFormat = record.sourceFormat;
+    entry.modeName = record.modeName;
+    m_history.addEntry(std::move(entry));
+}
+
+void HistoryAdapter::updateEditCount(const QString& id, qint64 editCount)
+{
+    m_history.updateEditCount(QUuid::fromString(id), editCount);
+}
+
+void UsageAdapter::recordFix(qint64 editCount, qint64 characterCount)
+{
+    m_usage.recordFix(editCount, characterCount);
+}
+
+void AnalyticsAdapter::capture(const QString& event, const QVariantMap& properties)
+{
+    m_analytics.capture(event, QJsonObject::fromVariantMap(properties));
+}
+
+QString AnalyticsAdapter::textLengthBucket(qint64 characterCount) const
+{
+    return Analytics::textLengthBucket(characterCount);
+}
+
+void AnalyticsAdapter::trackFixFailed(bool customEndpointInUse, int categoryCode)
+{
+    m_analytics.trackFixFailed(customEndpointInUse, categoryCode);
+}

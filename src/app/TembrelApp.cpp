@@ -1,0 +1,102 @@
+#include "app/TembrelApp.h"
+
+#include "analytics/AnalyticsManager.h"
+#include "analytics/PostHogClient.h"
+#include "analytics/PostHogConfig.h"
+#include "app/FixAdapters.h"
+#include "capture/ClipboardManager.h"
+#include "capture/SelectionManager.h"
+#include "core/FixCoordinator.h"
+#include "core/Logging.h"
+#include "diff/DiffUtils.h"
+#include "engines/ApiKeyStore.h"
+#include "engines/CloudEngine.h"
+#include "engines/CustomOpenAIEngine.h"
+#include "history/HistoryManager.h"
+#include "modes/HotkeyManager.h"
+#include "modes/ModeManager.h"
+#include "panel/InlineDiffPanelController.h"
+#include "platform/PlatformServices.h"
+#include "settings/SettingsManager.h"
+#include "settings/UsageStatsManager.h"
+
+#include <QCoreApplication>
+
+struct FixNeighbourAdapters
+{
+    ModeCatalogAdapter modes;
+    SelectionAdapter selection;
+    ClipboardAdapter clipboard;
+    PanelAdapter panel;
+    SettingsAdapter settings;
+    HistoryAdapter history;
+    UsageAdapter usage;
+    AnalyticsAdapter analytics;
+};
+
+TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* parent)
+    : QObject(parent)
+    , m_platform(std::move(platform))
+{
+    m_keyStore = std::make_unique<ApiKeyStore>();
+    m_settings = std::make_unique<SettingsManager>(m_defaults, m_keyStore.get());
+    m_modes = std::make_unique<ModeManager>(m_defaults);
+    m_history = std::make_unique<HistoryManager>(m_defaults, HistoryManager::defaultStoragePath());
+    m_usage = std::make_unique<UsageStatsManager>(m_defaults);
+
+    SettingsManager* settings = m_settings.get();
+    m_analytics = std::make_unique<AnalyticsManager>(PostHogConfig::fromBuildOptions(),
+                                                     [settings] { return settings->analyticsEnabled(); });
+    connect(settings, &SettingsManager::analyticsEnabledChanged, m_analytics.get(), &AnalyticsManager::applyConsent);
+    AnalyticsManager* analytics = m_analytics.get();
+    connect(qApp, &QCoreApplication::aboutToQuit, analytics, [analytics] { analytics->client().shutdown(); });
+
+    m_clipboard = std::make_unique<ClipboardManager>();
+    m_selection = std::make_unique<SelectionManager>(*m_platform->keySender, *m_clipboard);
+    m_cloudEngine = std::make_unique<CloudEngine>(CloudEngine::baseUrlFromEnvironment(),
+                                                  [analytics] { return analytics->distinctId(); });
+    ApiKeyStore* keys = m_keyStore.get();
+    m_customEngine = std::make_unique<CustomOpenAIEngine>(
+        [settings] {
+            return CustomEndpointConfig{settings->customAPIURL(), settings->customModelID(),
+                                        settings->isCustomEndpointConfigured()};
+        },
+        [keys]() { return keys->readKey(); },
+        [](const QString& original, const QString& fixed) { return DiffUtils::wordDiff(original, fixed).editCount; });
+
+    m_panel = std::make_unique<InlineDiffPanelController>(*m_platform->workspace);
+    m_adapters.reset(new FixNeighbourAdapters{
+        ModeCatalogAdapter(*m_modes), SelectionAdapter(*m_selection), ClipboardAdapter(*m_clipboard),
+        PanelAdapter(*m_panel), SettingsAdapter(*m_settings, *m_history), HistoryAdapter(*m_history),
+        UsageAdapter(*m_usage), AnalyticsAdapter(*m_analytics)});
+    m_coordinator = std::make_unique<FixCoordinator>(FixNeighbourhood{
+        m_adapters->modes, m_adapters->selection, m_adapters->clipboard, *m_cloudEngine, *m_customEngine,
+        m_adapters->panel, m_adapters->settings, m_adapters->history, m_adapters->usage, m_adapters->analytics,
+        *m_platform->trust, *m_platform->workspace});
+    FixCoordinator* coordinator = m_coordinator.get();
+    m_panel->retryAction = [coordinator] { coordinator->retry(); };
+    m_panel->cancelAction = [coordinator] { coordinator->cancel(); };
+
+    m_hotkeys = std::make_unique<HotkeyManager>(*m_platform->shortcuts);
+    m_hotkeys->onModeTriggered = [coordinator](const QUuid& modeId) {
+        coordinator->startFix(storedUuidString(modeId));
+    };
+}
+
+TembrelApp::~TembrelApp()
+{
+    // Shortcuts go first so no press arrives while the rest is torn down.
+    m_hotkeys.reset();
+}
+
+void TembrelApp::start()
+{
+    registerHotkeys();
+    connect(m_modes.get(), &ModeManager::modesChanged, this, &TembrelApp::registerHotkeys);
+    qCInfo(lcApp) << "Tembrel is running";
+}
+
+void TembrelApp::registerHotkeys()
+{
+    m_hotkeys->registerModeHotkeys(m_modes->modes());
+}
