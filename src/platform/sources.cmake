@@ -1,6 +1,7 @@
 # Interfaces (platform/*.h) are header-only; each backend defines createPlatformServices().
 set(TEMBREL_PLATFORM_HEADERS
-  platform/AccessibilityTrust.h platform/GlobalShortcuts.h platform/KeySender.h
+  platform/AccessibilityTrust.h platform/GlobalShortcuts.h platform/KeyMonitor.h platform/KeySender.h
+  platform/LoginItem.h
   platform/PlatformServices.h platform/Workspace.h
 )
 set(TEMBREL_PLATFORM_X11_SOURCES ${TEMBREL_PLATFORM_HEADERS}

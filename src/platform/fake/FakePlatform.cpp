@@ -34,6 +34,28 @@ QCoro::Task<bool> FakeKeySender::sendCopy()
     co_return true;
 }
 
+bool FakeKeyMonitor::start(std::function<void(Key)> handler)
+{
+    m_handler = std::move(handler);
+    return true;
+}
+
+void FakeKeyMonitor::press(Key key) const
+{
+    if (m_handler)
+        m_handler(key);
+}
+
+bool FakeLoginItem::setEnabled(bool enabled)
+{
+    if (refuse) {
+        error = QStringLiteral("Refused in this test.");
+        return false;
+    }
+    currentStatus = enabled ? Status::enabled : Status::notRegistered;
+    return true;
+}
+
 std::unique_ptr<PlatformServices> createFakePlatformServices(FakePlatform* handles)
 {
     auto services = std::make_unique<PlatformServices>();
@@ -41,12 +63,16 @@ std::unique_ptr<PlatformServices> createFakePlatformServices(FakePlatform* handl
     auto keySender = std::make_unique<FakeKeySender>();
     auto trust = std::make_unique<FakeAccessibilityTrust>();
     auto workspace = std::make_unique<FakeWorkspace>();
+    auto keyMonitor = std::make_unique<FakeKeyMonitor>();
+    auto loginItem = std::make_unique<FakeLoginItem>();
     if (handles)
-        *handles = {shortcuts.get(), keySender.get(), trust.get(), workspace.get()};
+        *handles = {shortcuts.get(), keySender.get(), trust.get(), workspace.get(), keyMonitor.get(), loginItem.get()};
     services->shortcuts = std::move(shortcuts);
     services->keySender = std::move(keySender);
     services->trust = std::move(trust);
     services->workspace = std::move(workspace);
+    services->keyMonitor = std::move(keyMonitor);
+    services->loginItem = std::move(loginItem);
     return services;
 }
 

@@ -65,6 +65,31 @@ public:
     bool compositor = true;
 };
 
+class FakeKeyMonitor : public KeyMonitor
+{
+public:
+    bool start(std::function<void(Key)> handler) override;
+    void stop() override { m_handler = {}; }
+    [[nodiscard]] bool isActive() const override { return bool(m_handler); }
+    /// Plays a press in another application.
+    void press(Key key) const;
+
+private:
+    std::function<void(Key)> m_handler;
+};
+
+class FakeLoginItem : public LoginItem
+{
+public:
+    [[nodiscard]] Status status() const override { return currentStatus; }
+    bool setEnabled(bool enabled) override;
+    [[nodiscard]] QString lastError() const override { return error; }
+
+    Status currentStatus = Status::notRegistered;
+    bool refuse = false;
+    QString error;
+};
+
 /// The fake services with their concrete types, for tests that play the user's part.
 struct FakePlatform
 {
@@ -72,6 +97,8 @@ struct FakePlatform
     FakeKeySender* keySender;
     FakeAccessibilityTrust* trust;
     FakeWorkspace* workspace;
+    FakeKeyMonitor* keyMonitor;
+    FakeLoginItem* loginItem;
 };
 
 /// Builds fake services and hands out typed pointers to them (owned by the returned services).
