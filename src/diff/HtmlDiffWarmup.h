@@ -15,6 +15,6 @@ public:
     /// nothing. Call on the UI thread when a fix of HTML content begins.
     static void begin();
 
-    /// Whether the engine has been started, by begin() or by a view.
+    /// Whether begin() has started the engine.
     [[nodiscard]] static bool isStarted();
 };
