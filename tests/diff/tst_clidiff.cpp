@@ -7,6 +7,8 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
+#include "support/TestEnvironment.h"
+
 #include <QTest>
 
 // `tembrel-cli diff`, run as a real process, and its two output forms.
@@ -27,6 +29,7 @@ private Q_SLOTS:
     void unreadableInput();
 
 private:
+    TestEnvironment m_environment; // no test touches real settings
     struct Run
     {
         int exitCode = -1;

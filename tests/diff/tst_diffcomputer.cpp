@@ -4,6 +4,8 @@
 
 #include <QMutex>
 #include <QSet>
+#include "support/TestEnvironment.h"
+
 #include <QTest>
 #include <QThread>
 
@@ -28,6 +30,7 @@ private Q_SLOTS:
     void sharedInstanceIsOne();
 
 private:
+    TestEnvironment m_environment; // no test touches real settings
     static QString pair(int k) { return QStringLiteral("word%1 common text").arg(k); }
     static DiffComputation await(QFuture<DiffComputation> future)
     {

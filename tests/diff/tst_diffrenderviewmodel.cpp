@@ -3,6 +3,8 @@
 #include "diff/DiffViewMode.h"
 
 #include <QSignalSpy>
+#include "support/TestEnvironment.h"
+
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -29,6 +31,7 @@ private Q_SLOTS:
     void viewModeLabels();
 
 private:
+    TestEnvironment m_environment; // no test touches real settings
     struct Fragment
     {
         QString text;

@@ -4,6 +4,8 @@
 #include "diff/Graphemes.h"
 #include "diff/WhiteSpace.h"
 
+#include "support/TestEnvironment.h"
+
 #include <QTest>
 
 // Hand-written cases of the word diff and its tokenisers. Each expectation is also checked
@@ -23,6 +25,9 @@ private Q_SLOTS:
     void graphemeCount_data();
     void graphemeCount();
     void canonicalEquivalence();
+
+private:
+    TestEnvironment m_environment; // no test touches real settings
 };
 
 void TestWordDiff::diff_data()

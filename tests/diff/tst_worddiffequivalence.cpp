@@ -4,6 +4,8 @@
 #include "diff/DiffUtils.h"
 #include "diff/WordLcs.h"
 
+#include "support/TestEnvironment.h"
+
 #include <QTest>
 
 // The word diff against the full-table reference on thousands of generated pairs. Seeds are
@@ -19,6 +21,7 @@ private Q_SLOTS:
     void blockedRowsMatchWholeRows();
 
 private:
+    TestEnvironment m_environment; // no test touches real settings
     static QString escaped(const QString &text);
 };
 
