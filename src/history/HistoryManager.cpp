@@ -41,6 +41,7 @@ void HistoryManager::setEnabled(bool enabled)
 {
     m_isEnabled = enabled;
     m_settings.setValue(historyEnabledKey, enabled);
+    m_settings.sync();
     Q_EMIT isEnabledChanged(enabled);
 }
 
