@@ -1,3 +1,7 @@
+# Fix engines: the cloud service, OpenAI-compatible endpoints, the connection test and the API key.
 list(APPEND TEMBREL_CORE_SOURCES
   engines/TextFixEngine.h
+  engines/HttpExchange.h engines/HttpExchange.cpp
+  engines/TextChunker.h engines/TextChunker.cpp
+  engines/ChatCompletion.h engines/ChatCompletion.cpp
 )
