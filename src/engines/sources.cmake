@@ -4,4 +4,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   engines/HttpExchange.h engines/HttpExchange.cpp
   engines/TextChunker.h engines/TextChunker.cpp
   engines/ChatCompletion.h engines/ChatCompletion.cpp
+  engines/CloudEngine.h engines/CloudEngine.cpp
+  engines/CustomEndpointConfig.h
+  engines/CustomOpenAIEngine.h engines/CustomOpenAIEngine.cpp
 )
