@@ -7,4 +7,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   engines/CloudEngine.h engines/CloudEngine.cpp
   engines/CustomEndpointConfig.h
   engines/CustomOpenAIEngine.h engines/CustomOpenAIEngine.cpp
+  engines/ApiKeyStore.h engines/ApiKeyStore.cpp
+  engines/ConnectionTester.h engines/ConnectionTester.cpp
+  engines/ConnectionTestState.h engines/ConnectionTestState.cpp
 )

@@ -1,0 +1,98 @@
+#include "engines/ApiKeyStore.h"
+#include "engines/CustomOpenAIEngine.h"
+
+#include "EngineTestSupport.h"
+#include "support/TestEnvironment.h"
+
+#include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QCoro/QCoroTask>
+
+// Runs against the desktop's real Secret Service (gnome-keyring, unlocked, in a private session).
+class ApiKeyStoreTest : public QObject
+{
+    Q_OBJECT
+
+    TestEnvironment m_environment;
+    ApiKeyStore m_store;
+
+    std::optional<QString> read() { return EngineTest::finish(m_store.readKey()); }
+    std::optional<ApiKeyStoreError> write(const QString& key) { return EngineTest::finish(m_store.setKey(key)); }
+
+    // Every file a plaintext copy could land in: home, configuration and data folders.
+    static QStringList filesContaining(const QByteArray& needle)
+    {
+        QStringList found;
+        for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
+            QDirIterator it(qEnvironmentVariable(variable), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                QFile file(it.next());
+                if (file.open(QIODevice::ReadOnly) && file.readAll().contains(needle))
+                    found.append(file.fileName());
+            }
+        }
+        return found;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        QCOMPARE(write(QString()), std::nullopt);
+    }
+
+    void savesReadsAndReplacesTheKey()
+    {
+        QCOMPARE(read(), std::nullopt);
+        QCOMPARE(write(QStringLiteral("sk-made-up-first")), std::nullopt);
+        QCOMPARE(read(), std::optional<QString>(QStringLiteral("sk-made-up-first")));
+        QCOMPARE(write(QStringLiteral("sk-made-up-ünïcode-€")), std::nullopt);
+        QCOMPARE(read(), std::optional<QString>(QStringLiteral("sk-made-up-ünïcode-€")));
+    }
+
+    void blankKeyDeletesTheItem_data()
+    {
+        QTest::addColumn<QString>("blank");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("spaces and line breaks") << QStringLiteral("  \n\t");
+    }
+
+    void blankKeyDeletesTheItem()
+    {
+        QFETCH(QString, blank);
+        QCOMPARE(write(QStringLiteral("sk-made-up-to-delete")), std::nullopt);
+        QCOMPARE(write(blank), std::nullopt);
+        QCOMPARE(read(), std::nullopt);
+        // Removing what is not there is no failure either.
+        QCOMPARE(write(blank), std::nullopt);
+    }
+
+    void keyIsNeverWrittenToAFile()
+    {
+        const QByteArray key = "sk-made-up-plaintext-probe-4711";
+        QCOMPARE(write(QString::fromLatin1(key)), std::nullopt);
+        QCOMPARE(filesContaining(key), QStringList());
+    }
+
+    void engineSendsTheStoredKey()
+    {
+        TestHttpServer server;
+        QVERIFY(server.listen());
+        server.setDefaultResponse(CannedResponse::json(200, {{QStringLiteral("choices"), QJsonArray{QJsonObject{
+            {QStringLiteral("message"), QJsonObject{{QStringLiteral("content"), QStringLiteral("Fixed.")}}}}}}}));
+        const CustomEndpointConfig config{server.url(QStringLiteral("/v1")).toString(), QString(), true};
+        CustomOpenAIEngine engine([config] { return config; }, [this] { return m_store.readKey(); },
+                                  [](const QString&, const QString&) { return qint64(0); });
+
+        QCOMPARE(write(QStringLiteral("sk-made-up-from-keyring")), std::nullopt);
+        QVERIFY(EngineTest::finish(engine.fix(QStringLiteral("text"), QStringLiteral("p"), nullptr, {})).hasValue());
+        QCOMPARE(server.requests().last().header("authorization"), QByteArray("Bearer sk-made-up-from-keyring"));
+
+        QCOMPARE(write(QString()), std::nullopt);
+        QVERIFY(EngineTest::finish(engine.fix(QStringLiteral("text"), QStringLiteral("p"), nullptr, {})).hasValue());
+        QVERIFY(!server.requests().last().headers.contains("authorization"));
+    }
+};
+
+QTEST_GUILESS_MAIN(ApiKeyStoreTest)
+#include "tst_apikeystore.moc"
