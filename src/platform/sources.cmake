@@ -11,6 +11,8 @@ set(TEMBREL_PLATFORM_X11_SOURCES ${TEMBREL_PLATFORM_HEADERS}
   platform/x11/X11KeySender.h platform/x11/X11KeySender.cpp
   platform/x11/X11AccessibilityTrust.h platform/x11/X11AccessibilityTrust.cpp
   platform/x11/X11Workspace.h platform/x11/X11Workspace.cpp
+  platform/x11/X11KeyMonitor.h platform/x11/X11KeyMonitor.cpp
+  platform/x11/XdgLoginItem.h platform/x11/XdgLoginItem.cpp
   platform/x11/X11PlatformServices.cpp
 )
 set(TEMBREL_PLATFORM_FAKE_SOURCES ${TEMBREL_PLATFORM_HEADERS}

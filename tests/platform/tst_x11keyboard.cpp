@@ -7,6 +7,7 @@
 #include <QCoro/QCoroTask>
 
 #include "platform/x11/X11GlobalShortcuts.h"
+#include "platform/x11/X11KeyMonitor.h"
 #include "platform/x11/X11KeySender.h"
 #include "platform/x11/X11Workspace.h"
 
@@ -31,7 +32,12 @@ public:
     QList<Key> pressed;
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override { pressed.append({event->key(), event->modifiers()}); }
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        // Modifier keys on their own are not what the tests look for.
+        if (event->key() != Qt::Key_Control && event->key() != Qt::Key_Shift)
+            pressed.append({event->key(), event->modifiers()});
+    }
 };
 
 // A second client playing the user's keyboard, as XTest events from a person would arrive.
@@ -155,6 +161,7 @@ private Q_SLOTS:
         m_keyboard.up(XK_s);
         QTRY_VERIFY(!m_recorder->pressed.isEmpty());
         QCOMPARE(m_recorder->pressed.last().key, int(Qt::Key_S));
+        QCOMPARE(m_recorder->pressed.last().modifiers, Qt::KeyboardModifiers(Qt::ControlModifier | Qt::ShiftModifier));
     }
 
     void copyWaitsForReleaseAndSendsExactlyControlC()
@@ -210,6 +217,39 @@ private Q_SLOTS:
         QVERIFY(!shortcuts.isGrabbedKeyHeld());
         QTRY_VERIFY(std::any_of(m_recorder->pressed.cbegin(), m_recorder->pressed.cend(),
                                 [](const KeyRecorder::Key& k) { return k.key == Qt::Key_C; }));
+    }
+
+    void monitorSeesEscapeAndPasteWithoutTakingThem()
+    {
+        X11KeyMonitor monitor;
+        QList<KeyMonitor::Key> seen;
+        QVERIFY(monitor.start([&](KeyMonitor::Key key) { seen << key; }));
+        QVERIFY(monitor.isActive());
+
+        m_keyboard.down(XK_v); // plain V is typing, not pasting
+        m_keyboard.up(XK_v);
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_c); // Ctrl+C is not a paste
+        m_keyboard.up(XK_c);
+        m_keyboard.down(XK_v);
+        m_keyboard.up(XK_v);
+        m_keyboard.up(XK_Control_L);
+        m_keyboard.down(XK_Escape);
+        m_keyboard.up(XK_Escape);
+        QTRY_COMPARE(seen, (QList<KeyMonitor::Key>{KeyMonitor::Key::paste, KeyMonitor::Key::escape}));
+
+        // The focused application received every one of those keys.
+        QTRY_COMPARE(m_recorder->pressed.size(), 4);
+        QCOMPARE(m_recorder->pressed[2].key, int(Qt::Key_V));
+        QCOMPARE(m_recorder->pressed[2].modifiers, Qt::KeyboardModifiers(Qt::ControlModifier));
+        QCOMPARE(m_recorder->pressed[3].key, int(Qt::Key_Escape));
+
+        monitor.stop();
+        QVERIFY(!monitor.isActive());
+        m_keyboard.down(XK_Escape);
+        m_keyboard.up(XK_Escape);
+        QTest::qWait(100);
+        QCOMPARE(seen.size(), 2);
     }
 
     void focusedApplicationIsNamed()

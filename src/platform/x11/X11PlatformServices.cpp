@@ -2,8 +2,10 @@
 
 #include "platform/x11/X11AccessibilityTrust.h"
 #include "platform/x11/X11GlobalShortcuts.h"
+#include "platform/x11/X11KeyMonitor.h"
 #include "platform/x11/X11KeySender.h"
 #include "platform/x11/X11Workspace.h"
+#include "platform/x11/XdgLoginItem.h"
 
 std::unique_ptr<PlatformServices> createPlatformServices()
 {
@@ -12,6 +14,8 @@ std::unique_ptr<PlatformServices> createPlatformServices()
     services->keySender = std::make_unique<X11KeySender>(shortcuts.get());
     services->trust = std::make_unique<X11AccessibilityTrust>(services->keySender.get());
     services->workspace = std::make_unique<X11Workspace>();
+    services->keyMonitor = std::make_unique<X11KeyMonitor>();
+    services->loginItem = std::make_unique<XdgLoginItem>();
     services->shortcuts = std::move(shortcuts);
     return services;
 }
