@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QNetworkAccessManager>
+#include <QScopedPointer>
 #include <vector>
 
 namespace {
@@ -142,9 +143,10 @@ QCoro::Task<Outcome<QString>> CustomOpenAIEngine::send(Request request, QString 
     QElapsedTimer elapsed;
     elapsed.start();
     // One manager per request: a shared one would hold all but six chunks back in its per-host
-    // connection limit, and the chunks are meant to be in flight together.
-    QNetworkAccessManager network;
-    const HttpAnswer answer = co_await postJson(network, networkRequest, body, m_timeout, cancel);
+    // connection limit, and the chunks are meant to be in flight together. It goes later, not
+    // with this frame: the frame may end inside its reply's finished() signal.
+    const QScopedPointer<QNetworkAccessManager, QScopedPointerDeleteLater> network(new QNetworkAccessManager);
+    const HttpAnswer answer = co_await postJson(*network, networkRequest, body, m_timeout, cancel);
 
     switch (answer.kind) {
     case HttpAnswer::Kind::cancelled:
