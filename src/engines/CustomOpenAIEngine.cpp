@@ -1,6 +1,7 @@
 #include "engines/CustomOpenAIEngine.h"
 
 #include "core/Logging.h"
+#include "diff/DiffUtils.h"
 #include "engines/ChatCompletion.h"
 #include "engines/HttpExchange.h"
 #include "engines/TextChunker.h"
@@ -37,6 +38,11 @@ CustomOpenAIEngine::CustomOpenAIEngine(CustomEndpointConfigProvider config, ApiK
     , m_apiKey(std::move(apiKey))
     , m_editCount(std::move(editCount))
 {
+}
+
+qint64 CustomOpenAIEngine::wordDiffEditCount(const QString& original, const QString& fixed)
+{
+    return DiffUtils::wordDiff(original, fixed).editCount;
 }
 
 QCoro::Task<bool> CustomOpenAIEngine::isAvailable()

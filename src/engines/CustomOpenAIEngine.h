@@ -13,7 +13,12 @@ public:
     static constexpr qsizetype maxTotalLength = 100000;
     static constexpr std::chrono::milliseconds defaultTimeout{15000};
 
-    CustomOpenAIEngine(CustomEndpointConfigProvider config, ApiKeyProvider apiKey, EditCounter editCount);
+    /// `config` is read at every call; `apiKey` once per fix.
+    CustomOpenAIEngine(CustomEndpointConfigProvider config, ApiKeyProvider apiKey,
+                       EditCounter editCount = wordDiffEditCount);
+
+    /// The word diff's edit count between an original and a fixed text.
+    [[nodiscard]] static qint64 wordDiffEditCount(const QString& original, const QString& fixed);
 
     /// Time-out without progress of each request; tests shorten it.
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }

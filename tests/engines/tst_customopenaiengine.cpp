@@ -203,6 +203,21 @@ private Q_SLOTS:
         QVERIFY(m_counted.isEmpty());
     }
 
+    void editCountComesFromTheWordDiff()
+    {
+        const CustomEndpointConfig config = m_config;
+        CustomOpenAIEngine engine([config] { return config; }, {});
+        m_server.enqueue(CannedResponse::json(200, chatAnswer(QStringLiteral("I have a cat."))));
+        m_server.enqueue(CannedResponse::json(200, chatAnswer(QStringLiteral("I have a cat."))));
+        const FixOutcome changed = EngineTest::finish(engine.fix(QStringLiteral("I has a cat."), {}, nullptr, {}));
+        const FixOutcome unchanged = EngineTest::finish(engine.fix(QStringLiteral("I have a cat."), {}, nullptr, {}));
+        QVERIFY(changed.hasValue() && unchanged.hasValue());
+        QVERIFY(changed.value().editCount.value_or(0) > 0);
+        QCOMPARE(unchanged.value().editCount, std::optional<qint64>(0));
+        // Without a key provider the request simply goes without a key.
+        QVERIFY(!m_server.requests().first().headers.contains("authorization"));
+    }
+
     void answerWithReasoningKeepsOnlyTheContent()
     {
         m_server.enqueue(CannedResponse::text(200, QByteArray(
