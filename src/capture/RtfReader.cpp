@@ -1,9 +1,9 @@
 #include "capture/RtfReader.h"
 
 #include "capture/RtfCodePage.h"
+#include "capture/RtfKeywords.h"
 
 #include <QHash>
-#include <QSet>
 #include <algorithm>
 
 namespace {
@@ -22,58 +22,6 @@ struct GroupState
 };
 
 constexpr int maxDepth = 512;
-
-// Destinations whose content is never text: tables of fonts, colours, styles, document info,
-// pictures, headers and footers, and what Word and LibreOffice add around them.
-const QSet<QByteArray>& skippedDestinations()
-{
-    static const QSet<QByteArray> names = {
-        "colortbl", "stylesheet", "info", "pict", "object", "header", "headerl", "headerr", "headerf",
-        "footer", "footerl", "footerr", "footerf", "footnote", "listtable", "listoverridetable",
-        "rsidtbl", "generator", "xmlnstbl", "themedata", "colorschememapping", "latentstyles",
-        "datastore", "revtbl", "filetbl", "pgdsctbl", "pntxta", "pntxtb", "nonshppict",
-        "shppict", "sp", "shp", "annotation", "atnid", "atnauthor", "bkmkstart", "bkmkend",
-        "expandedcolortbl", "mmathPr", "operator", "author", "title", "subject", "company",
-    };
-    return names;
-}
-
-// Symbols RTF names by control word.
-const QHash<QByteArray, QChar>& namedCharacters()
-{
-    static const QHash<QByteArray, QChar> symbols = {
-        {"emdash", QChar(0x2014)}, {"endash", QChar(0x2013)}, {"bullet", QChar(0x2022)},
-        {"lquote", QChar(0x2018)}, {"rquote", QChar(0x2019)}, {"ldblquote", QChar(0x201C)},
-        {"rdblquote", QChar(0x201D)}, {"emspace", QChar(0x2003)}, {"enspace", QChar(0x2002)},
-        {"qmspace", QChar(0x2005)}, {"zwj", QChar(0x200D)}, {"zwnj", QChar(0x200C)},
-    };
-    return symbols;
-}
-
-// The target of a HYPERLINK field instruction: the first quoted argument, else the first word.
-QString hyperlinkTarget(const QString& instruction)
-{
-    const QString trimmed = instruction.trimmed();
-    if (!trimmed.startsWith(QLatin1StringView("HYPERLINK"), Qt::CaseInsensitive))
-        return {};
-    const QString rest = trimmed.mid(9).trimmed();
-    if (rest.startsWith(QLatin1Char('"'))) {
-        const qsizetype end = rest.indexOf(QLatin1Char('"'), 1);
-        return end < 0 ? rest.mid(1) : rest.mid(1, end - 1);
-    }
-    return rest.section(QLatin1Char(' '), 0, 0);
-}
-
-bool looksOrdered(const QString& marker)
-{
-    for (QChar c : marker) {
-        if (c.isDigit())
-            return true;
-    }
-    const QString trimmed = marker.trimmed();
-    return trimmed.size() >= 2 && trimmed.at(0).isLetter()
-        && (trimmed.endsWith(QLatin1Char('.')) || trimmed.endsWith(QLatin1Char(')')));
-}
 
 class Reader
 {
@@ -263,7 +211,7 @@ private:
             numberingWord(word);
             return;
         }
-        if (star || skippedDestinations().contains(word)) {
+        if (star || RtfKeywords::isSkippedDestination(word)) {
             state().destination = Destination::skip;
             return;
         }
@@ -308,7 +256,7 @@ private:
         else if (word == "mac") m_defaultCodePage = 10000;
         else if (word == "field") startField();
         else if (word == "listtext" || word == "pntext") state().destination = Destination::listText;
-        else if (namedCharacters().contains(word)) character(namedCharacters().value(word));
+        else if (const std::optional<QChar> symbol = RtfKeywords::namedCharacter(word)) character(*symbol);
     }
 
     void numberingWord(const QByteArray& word)
@@ -350,7 +298,7 @@ private:
     {
         if (state().field < 0)
             return;
-        const QString target = hyperlinkTarget(m_fields[state().field]);
+        const QString target = RtfKeywords::hyperlinkTarget(m_fields[state().field]);
         if (!target.isEmpty())
             state().format.link = target;
     }
@@ -422,7 +370,7 @@ private:
 
     void endListText()
     {
-        m_paragraph.list = looksOrdered(m_listMarker) ? TextParagraph::List::ordered : TextParagraph::List::bullet;
+        m_paragraph.list = RtfKeywords::looksOrdered(m_listMarker) ? TextParagraph::List::ordered : TextParagraph::List::bullet;
         m_listMarker.clear();
     }
 

@@ -9,6 +9,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   capture/HtmlText.h capture/HtmlText.cpp
   capture/RichText.h capture/RichText.cpp
   capture/RtfCodePage.h capture/RtfCodePage.cpp
+  capture/RtfKeywords.h capture/RtfKeywords.cpp
   capture/RtfReader.h capture/RtfReader.cpp
   capture/RtfWriter.h capture/RtfWriter.cpp
 )
