@@ -45,26 +45,39 @@ void ClipboardAdapter::writeFixedContent(const QString& fixedText, const Capture
 
 void PanelAdapter::showLoading()
 {
-    m_panel.showLoading();
+    m_panel.show(PanelPhase::loading());
 }
 
 void PanelAdapter::showError(const QString& message)
 {
-    m_panel.showError(message);
+    m_panel.viewModel().onEditCount = {};
+    showPhase(PanelPhase::error(message));
 }
 
-void PanelAdapter::showSuccess(const FixResult& result, double, EditCountCallback onEditCount)
+void PanelAdapter::showSuccess(const FixResult& result, double durationSeconds, EditCountCallback onEditCount)
 {
-    m_panel.showResult(result.fixedText, true);
-    if (onEditCount)
-        onEditCount(result.editCount.value_or(0));
+    // The diff view reports the count it computed once it has rendered the result.
+    m_panel.viewModel().onEditCount = std::move(onEditCount);
+    showPhase(PanelPhase::success(result, durationSeconds));
 }
 
-void PanelAdapter::showNoChanges(const FixResult& result, double, EditCountCallback onEditCount)
+void PanelAdapter::showNoChanges(const FixResult&, double durationSeconds, EditCountCallback onEditCount)
 {
-    m_panel.showResult(result.fixedText, false);
+    // No diff is drawn for an unchanged text: its count is known to be 0.
+    m_panel.viewModel().onEditCount = {};
+    showPhase(PanelPhase::noChanges(durationSeconds));
     if (onEditCount)
         onEditCount(0);
+}
+
+void PanelAdapter::showPhase(const PanelPhase& phase)
+{
+    // The loading pill is up: the result takes its place without a second fade-in. A panel the
+    // user dismissed meanwhile (or never shown, as for an error before capture) comes in anew.
+    if (m_panel.isShowing())
+        m_panel.viewModel().setPhase(phase);
+    else
+        m_panel.show(phase);
 }
 
 bool SettingsAdapter::isCustomEndpointConfigured() const

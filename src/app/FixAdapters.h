@@ -5,6 +5,7 @@ class AnalyticsManager;
 class ClipboardManager;
 class HistoryManager;
 class InlineDiffPanelController;
+struct PanelPhase;
 class ModeManager;
 class SelectionManager;
 class SettingsManager;
@@ -55,6 +56,8 @@ public:
     void showNoChanges(const FixResult& result, double durationSeconds, EditCountCallback onEditCount) override;
 
 private:
+    void showPhase(const PanelPhase& phase);
+
     InlineDiffPanelController& m_panel;
 };
 

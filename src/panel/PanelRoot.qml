@@ -1,45 +1,73 @@
 import QtQuick
-import QtQuick.Controls
+import Tembrel
 
-// The floating result panel: a loading pill, then the fixed text or a message.
+// The floating result panel: switches on the model's phase and draws the phase's view over a
+// rounded background. The window is larger than what it draws; `backgroundRect` tells the
+// controller which part to keep (clicks pass through the rest).
 Item {
     id: root
     width: 400
     height: 350
 
-    Rectangle {
-        anchors.fill: parent
-        radius: panelTranslucent ? 14 : 0
-        color: palette.window
-        border.color: Qt.rgba(0, 0, 0, 0.12)
+    required property PanelViewModel model
+    // Set by the controller: whether a compositor blends the window, and the desktop's appearance.
+    property bool translucent: true
+    property bool dark: false
 
-        Column {
+    readonly property rect backgroundRect: Qt.rect(background.x, background.y, background.width, background.height)
+    readonly property real backgroundRadius: background.radius
+    signal backgroundChanged()
+    onBackgroundRectChanged: backgroundChanged()
+
+    readonly property bool loading: model.phase === PanelViewModel.Loading
+
+    PanelTheme {
+        id: theme
+        dark: root.dark
+        translucent: root.translucent
+    }
+
+    PanelBackground {
+        id: background
+        theme: theme
+        anchors.horizontalCenter: parent.horizontalCenter
+        y: 0
+        width: root.loading ? (content.item ? content.item.implicitWidth : 0) : root.width
+        height: Math.min(root.height, content.item ? content.item.implicitHeight : 0)
+        radius: root.loading ? height / 2 : 14
+
+        HoverHandler {
+            onHoveredChanged: root.model.isHovered = hovered
+        }
+
+        Loader {
+            id: content
             anchors.fill: parent
-            anchors.margins: 16
-            spacing: 10
-
-            Label {
-                text: panel.phase === "loading" ? "Fixing..."
-                    : panel.phase === "success" ? "Copied!"
-                    : panel.phase === "noChanges" ? "No changes needed"
-                    : panel.message
-                font.bold: true
-                wrapMode: Text.Wrap
-                width: parent.width
-            }
-            Label {
-                visible: panel.phase === "success" || panel.phase === "noChanges"
-                text: panel.fixedText
-                wrapMode: Text.Wrap
-                width: parent.width
-                elide: Text.ElideRight
-                maximumLineCount: 12
-            }
-            Label {
-                visible: panel.phase === "success"
-                text: "Ctrl+V to paste"
-                opacity: 0.6
+            sourceComponent: {
+                switch (root.model.phase) {
+                case PanelViewModel.Success: return success
+                case PanelViewModel.NoChanges: return noChanges
+                case PanelViewModel.Error: return error
+                default: return loadingPill
+                }
             }
         }
+    }
+
+    Component {
+        id: loadingPill
+        LoadingPillView { theme: theme }
+    }
+    Component {
+        id: success
+        SuccessPanelView { model: root.model; theme: theme; maximumHeight: root.height }
+    }
+    Component {
+        id: noChanges
+        NoChangesPanelView { model: root.model; theme: theme }
+    }
+    Component {
+        id: error
+        ErrorPanelView { model: root.model; theme: theme }
     }
 }

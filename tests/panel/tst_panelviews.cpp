@@ -1,0 +1,206 @@
+#include "PanelViewHarness.h"
+
+#include "diff/HtmlDiffWarmup.h"
+
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(TembrelPlugin)
+
+class TestPanelViews : public QObject
+{
+    Q_OBJECT
+
+private:
+    static void click(PanelViewHarness& harness, const QString& name)
+    {
+        QQuickItem* button = harness.item(name);
+        QVERIFY2(button, qPrintable(name));
+        QVERIFY(QMetaObject::invokeMethod(button, "clicked"));
+    }
+
+private Q_SLOTS:
+    void loadingPill()
+    {
+        PanelViewHarness harness;
+        harness.controller->show(PanelPhase::loading());
+        QTRY_VERIFY(harness.isShown(QStringLiteral("loadingText")));
+        QCOMPARE(harness.text(QStringLiteral("loadingText")), QStringLiteral("Tembreling"));
+        QVERIFY(!harness.item(QStringLiteral("countdownRing")));
+        QVERIFY(!harness.item(QStringLiteral("dismissHint")));
+    }
+
+    void plainTextSuccess()
+    {
+        PanelViewHarness harness;
+        QList<qint64> reported;
+        harness.controller->viewModel().onEditCount = [&](qint64 count) { reported.append(count); };
+        // The engine's count (9) is only a first guess: the header shows what the diff computed.
+        harness.controller->show(PanelPhase::success(
+            sampleResult(QStringLiteral("Teh cat sat on teh mat"), QStringLiteral("The cat sat on the mat."), 9), 1.234));
+        QTRY_COMPARE(harness.text(QStringLiteral("successHeader")), QStringLiteral("Copied! · 3 edits · 1.23s"));
+        QCOMPARE(reported, QList<qint64>{3});
+        QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("1 of 3"));
+        QVERIFY(harness.isShown(QStringLiteral("pasteHint")));
+        QCOMPARE(harness.item(QStringLiteral("pasteHint"))->property("action").toString(), QStringLiteral("to paste"));
+        QCOMPARE(harness.item(QStringLiteral("pasteHint"))->property("keyCap").toString(), QStringLiteral("Ctrl+V"));
+        QCOMPARE(harness.item(QStringLiteral("dismissHint"))->property("action").toString(), QStringLiteral("to dismiss"));
+        QCOMPARE(harness.item(QStringLiteral("dismissHint"))->property("keyCap").toString(), QStringLiteral("Esc"));
+
+        const QString diff = harness.text(QStringLiteral("diffText"));
+        QVERIFY(diff.contains(QStringLiteral("line-through")));
+        QVERIFY(diff.contains(QStringLiteral("mat.")));
+        QTRY_VERIFY(harness.isShown(QStringLiteral("currentEditFrame")));
+        QQuickItem* frame = harness.item(QStringLiteral("currentEditFrame"));
+        const qreal firstX = frame->x();
+
+        click(harness, QStringLiteral("nextEdit"));
+        QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("2 of 3"));
+        QTRY_VERIFY(frame->x() > firstX);
+        click(harness, QStringLiteral("previousEdit"));
+        click(harness, QStringLiteral("previousEdit"));
+        QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("3 of 3"));
+        click(harness, QStringLiteral("nextEdit"));
+        QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("1 of 3"));
+        QCOMPARE(reported, QList<qint64>{3});
+    }
+
+    void longDiffScrollsToTheCurrentEdit()
+    {
+        PanelViewHarness harness;
+        QStringList original;
+        QStringList fixed;
+        for (int i = 0; i < 120; ++i) {
+            original << QStringLiteral("line %1 has a wrod in it.").arg(i);
+            fixed << (i % 40 == 39 ? QStringLiteral("line %1 has a word in it.").arg(i)
+                                   : QStringLiteral("line %1 has a wrod in it.").arg(i));
+        }
+        harness.controller->show(PanelPhase::success(
+            sampleResult(original.join(u'\n'), fixed.join(u'\n'), std::nullopt), 2.5));
+        QTRY_COMPARE(harness.text(QStringLiteral("successHeader")), QStringLiteral("Copied! · 3 edits · 2.50s"));
+        QQuickView* window = harness.controller->window();
+        const QRectF drawn = window->rootObject()->property("backgroundRect").toRectF();
+        QCOMPARE(drawn.height(), 350.0);
+        QQuickItem* text = harness.item(QStringLiteral("diffText"));
+        QQuickItem* frame = harness.item(QStringLiteral("currentEditFrame"));
+        auto frameOnScreen = [&] {
+            const QPointF top = frame->mapToItem(window->contentItem(), QPointF(0, 0));
+            return top.y() >= 0 && top.y() + frame->height() <= drawn.bottom();
+        };
+        QTRY_VERIFY(frame->isVisible());
+        QTRY_VERIFY(frameOnScreen());
+        click(harness, QStringLiteral("nextEdit"));
+        click(harness, QStringLiteral("nextEdit"));
+        QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("3 of 3"));
+        // The last edit is far below the first screenful: the view scrolled to it.
+        QVERIFY(frame->y() > text->parentItem()->height());
+        QTRY_VERIFY(frameOnScreen());
+    }
+
+    void htmlSuccess()
+    {
+        PanelViewHarness harness;
+        QList<qint64> reported;
+        harness.controller->viewModel().onEditCount = [&](qint64 count) { reported.append(count); };
+        harness.controller->show(PanelPhase::success(
+            sampleResult(QStringLiteral("Teh list"), QStringLiteral("The list"), 4,
+                         QStringLiteral("<h2>Teh list</h2><ul><li>one iteem</li><li>two</li></ul>"),
+                         QStringLiteral("<h2>The list</h2><ul><li>one item</li><li>two</li></ul>")),
+            0.8));
+        QCOMPARE(harness.text(QStringLiteral("successHeader")), QStringLiteral("Copied! · 4 edits · 0.80s"));
+        QVERIFY(!harness.item(QStringLiteral("diffText")));
+        // The page counts a replacement as one edit.
+        QTRY_VERIFY_WITH_TIMEOUT(!reported.isEmpty(), 20000);
+        QCOMPARE(reported, QList<qint64>{2});
+        QCOMPARE(harness.text(QStringLiteral("successHeader")), QStringLiteral("Copied! · 2 edits · 0.80s"));
+        QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("1 of 2"));
+        click(harness, QStringLiteral("nextEdit"));
+        QCOMPARE(harness.controller->viewModel().currentEditIndex(), 1);
+    }
+
+    void noChanges()
+    {
+        PanelViewHarness harness;
+        harness.controller->show(PanelPhase::noChanges(0.456));
+        QTRY_VERIFY(harness.isShown(QStringLiteral("noChangesText")));
+        QCOMPARE(harness.text(QStringLiteral("noChangesText")), QStringLiteral("No changes needed"));
+        QCOMPARE(harness.text(QStringLiteral("durationText")), QStringLiteral("0.46s"));
+        QVERIFY(harness.isShown(QStringLiteral("countdownRing")));
+        QVERIFY(harness.isShown(QStringLiteral("dismissHint")));
+        QVERIFY(!harness.item(QStringLiteral("pasteHint")));
+    }
+
+    void errorView_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("subtitle");
+        QTest::newRow("server") << QStringLiteral("Could not reach the server. Check your internet connection.")
+                                << QStringLiteral("Couldn't reach the server")
+                                << QStringLiteral("Check your internet connection and try again.");
+        QTest::newRow("API key") << QStringLiteral("The API key is invalid") << QStringLiteral("Couldn't connect to your API")
+                                 << QStringLiteral("Check your custom endpoint settings and try again.");
+        QTest::newRow("other") << QStringLiteral("No text selected. Select some text first.")
+                               << QStringLiteral("Something went wrong")
+                               << QStringLiteral("No text selected. Select some text first.");
+    }
+
+    void errorView()
+    {
+        QFETCH(QString, message);
+        QFETCH(QString, title);
+        QFETCH(QString, subtitle);
+        PanelViewHarness harness;
+        harness.controller->show(PanelPhase::error(message));
+        QTRY_VERIFY(harness.isShown(QStringLiteral("errorTitle")));
+        QCOMPARE(harness.text(QStringLiteral("errorTitle")), title);
+        QCOMPARE(harness.text(QStringLiteral("errorSubtitle")), subtitle);
+        QCOMPARE(harness.text(QStringLiteral("retryButton")), QStringLiteral("Retry"));
+        QVERIFY(harness.isShown(QStringLiteral("dismissHint")));
+    }
+
+    void errorButtons()
+    {
+        PanelViewHarness harness;
+        int retries = 0;
+        harness.controller->retryAction = [&] { ++retries; };
+        harness.controller->show(PanelPhase::error(QStringLiteral("Request timed out.")));
+        QTRY_VERIFY(harness.isShown(QStringLiteral("retryButton")));
+        click(harness, QStringLiteral("retryButton"));
+        QCOMPARE(retries, 1);
+        QVERIFY(!harness.controller->isShowing());
+        QTRY_VERIFY(!harness.controller->isVisible());
+
+        harness.controller->show(PanelPhase::error(QStringLiteral("Request timed out.")));
+        QTRY_VERIFY(harness.isShown(QStringLiteral("dismissButton")));
+        click(harness, QStringLiteral("dismissButton"));
+        QVERIFY(!harness.controller->isShowing());
+        QCOMPARE(retries, 1);
+    }
+
+    void hoverIsReported()
+    {
+        PanelViewHarness harness;
+        harness.controller->show(PanelPhase::noChanges(0.2));
+        QQuickView* window = harness.controller->window();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QTest::mouseMove(window, QPoint(200, 20));
+        QTRY_VERIFY(harness.controller->viewModel().isHovered());
+        QTest::mouseMove(window, QPoint(200, 300));
+        QTRY_VERIFY(!harness.controller->viewModel().isHovered());
+    }
+};
+
+int main(int argc, char* argv[])
+{
+    // The web engine must be set up before the application object exists.
+    HtmlDiffWarmup::initializeEngine();
+    QGuiApplication app(argc, argv);
+    TestPanelViews test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_panelviews.moc"
