@@ -18,7 +18,7 @@ build_packages=(
 )
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
-  chromium nodejs imagemagick fonts-dejavu-core
+  chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc
 )
 
 wanted=("${build_packages[@]}")

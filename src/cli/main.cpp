@@ -1,6 +1,10 @@
 // tembrel-cli: the product's text tools on the command line.
 
+#include "cli/ClipboardCommand.h"
 #include "cli/DiffCommand.h"
+#include "cli/QuillCommand.h"
+
+#include <QGuiApplication>
 
 #include <QStringList>
 
@@ -10,7 +14,9 @@ namespace {
 
 const char kUsage[] = "usage: tembrel-cli <command> [arguments]\n"
                       "commands:\n"
-                      "  diff [--json] ORIGINAL FIXED   word diff of two texts (- reads standard input)\n";
+                      "  diff [--json] ORIGINAL FIXED   word diff of two texts (- reads standard input)\n"
+                      "  quill [FILE]                   HTML of a Quill delta (standard input without FILE)\n"
+                      "  clipboard                      what Tembrel reads from the clipboard right now\n";
 
 } // namespace
 
@@ -26,6 +32,13 @@ int main(int argc, char **argv)
     const QString command = arguments.takeFirst();
     if (command == u"diff")
         return runDiffCommand(arguments);
+    if (command == u"quill")
+        return runQuillCommand(arguments);
+    if (command == u"clipboard") {
+        // Reading the clipboard needs the window system; the other commands run without one.
+        QGuiApplication app(argc, argv);
+        return runClipboardCommand(arguments);
+    }
     if (command == u"--help" || command == u"-h" || command == u"help") {
         std::fputs(kUsage, stdout);
         return 0;
