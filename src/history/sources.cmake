@@ -5,3 +5,4 @@ list(APPEND TEMBREL_CORE_SOURCES
   history/HistoryFile.h history/HistoryFile.cpp
   history/HistoryManager.h history/HistoryManager.cpp
 )
+include(history/window.cmake)

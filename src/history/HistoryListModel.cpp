@@ -1,0 +1,190 @@
+#include "history/HistoryListModel.h"
+
+#include "history/HistoryGrouping.h"
+#include "history/HistoryManager.h"
+
+namespace {
+
+QString plural(qint64 count, const QString& noun)
+{
+    return QString::number(count) + QLatin1Char(' ') + noun + (count == 1 ? QString() : QStringLiteral("s"));
+}
+
+// Whether every id of `shorter` occurs in `longer`, in the same order (ids are unique).
+bool isSubsequence(const QList<FixHistoryEntry>& shorter, const QList<FixHistoryEntry>& longer)
+{
+    qsizetype i = 0;
+    for (qsizetype j = 0; j < longer.size() && i < shorter.size(); ++j) {
+        if (longer.at(j).id == shorter.at(i).id)
+            ++i;
+    }
+    return i == shorter.size();
+}
+
+} // namespace
+
+HistoryListModel::HistoryListModel(HistoryManager& store, QObject* parent)
+    : QAbstractListModel(parent)
+    , m_store(store)
+    , m_now([] { return QDateTime::currentDateTime(); })
+{
+    connect(&m_store, &HistoryManager::entriesChanged, this, &HistoryListModel::refresh);
+    refresh();
+}
+
+void HistoryListModel::setClock(std::function<QDateTime()> now)
+{
+    m_now = std::move(now);
+    refresh();
+}
+
+void HistoryListModel::setLocale(const QLocale& locale)
+{
+    m_locale = locale;
+    refresh();
+}
+
+int HistoryListModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+QVariant HistoryListModel::data(const QModelIndex& index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
+    const FixHistoryEntry& entry = m_rows.at(index.row());
+    switch (role) {
+    case IdRole: return entry.id.toString(QUuid::WithoutBraces);
+    case HeadingRole: return m_rowHeadings.at(index.row());
+    case PreviewRole: return preview(entry);
+    case SubtitleRole: return entry.subtitle(m_now());
+    default: return {};
+    }
+}
+
+QHash<int, QByteArray> HistoryListModel::roleNames() const
+{
+    return {
+        {IdRole, "entryId"},
+        {HeadingRole, "heading"},
+        {PreviewRole, "preview"},
+        {SubtitleRole, "subtitle"},
+    };
+}
+
+void HistoryListModel::setQuery(const QString& query)
+{
+    if (query == m_query)
+        return;
+    m_query = query;
+    Q_EMIT queryChanged();
+    refresh();
+}
+
+int HistoryListModel::totalCount() const
+{
+    return m_store.count();
+}
+
+qint64 HistoryListModel::totalEdits() const
+{
+    return m_store.totalEdits();
+}
+
+QString HistoryListModel::tembrelSummary() const
+{
+    return plural(totalCount(), QStringLiteral("tembrel"));
+}
+
+QString HistoryListModel::editSummary() const
+{
+    return plural(totalEdits(), QStringLiteral("edit"));
+}
+
+QStringList HistoryListModel::headings() const
+{
+    QStringList result;
+    for (const QString& heading : m_rowHeadings) {
+        if (result.isEmpty() || result.last() != heading)
+            result.append(heading);
+    }
+    return result;
+}
+
+int HistoryListModel::rowOf(const QString& id) const
+{
+    const QUuid uuid(id);
+    for (qsizetype row = 0; row < m_rows.size(); ++row) {
+        if (m_rows.at(row).id == uuid)
+            return int(row);
+    }
+    return -1;
+}
+
+QString HistoryListModel::preview(const FixHistoryEntry& entry)
+{
+    // Cut before simplifying so a long text costs no more than a short one.
+    QString text = entry.fixedText.left(previewLength * 2).simplified();
+    if (text.size() > previewLength)
+        text = text.left(previewLength - 1) + QChar(0x2026);
+    return text;
+}
+
+void HistoryListModel::refresh()
+{
+    const QList<FixHistoryEntry> matching = m_store.filtered(m_query);
+    const QList<HistoryGrouping::Group> groups = HistoryGrouping::group(matching, m_now(), m_locale);
+    QList<FixHistoryEntry> rows;
+    QStringList headings;
+    rows.reserve(matching.size());
+    headings.reserve(matching.size());
+    for (const HistoryGrouping::Group& group : groups) {
+        for (const qsizetype index : group.indices) {
+            rows.append(matching.at(index));
+            headings.append(group.heading);
+        }
+    }
+    applyRows(std::move(rows), std::move(headings));
+    Q_EMIT summaryChanged();
+}
+
+void HistoryListModel::applyRows(QList<FixHistoryEntry> rows, QStringList headings)
+{
+    const int before = int(m_rows.size());
+    // Insertions and removals are told row by row, so a fix arriving while the window is open
+    // slides in at the top without the list losing its scroll position or its selection.
+    if (rows.size() >= m_rows.size() && isSubsequence(m_rows, rows)) {
+        for (qsizetype j = 0; j < rows.size(); ++j) {
+            if (j < m_rows.size() && m_rows.at(j).id == rows.at(j).id)
+                continue;
+            beginInsertRows({}, int(j), int(j));
+            m_rows.insert(j, rows.at(j));
+            m_rowHeadings.insert(j, headings.at(j));
+            endInsertRows();
+        }
+    } else if (isSubsequence(rows, m_rows)) {
+        for (qsizetype j = 0; j < m_rows.size();) {
+            if (j < rows.size() && m_rows.at(j).id == rows.at(j).id) {
+                ++j;
+                continue;
+            }
+            beginRemoveRows({}, int(j), int(j));
+            m_rows.removeAt(j);
+            m_rowHeadings.removeAt(j);
+            endRemoveRows();
+        }
+    } else {
+        beginResetModel();
+        m_rows = rows;
+        m_rowHeadings = headings;
+        endResetModel();
+    }
+    // Edit counts, headings and relative dates can change without the order changing.
+    m_rows = std::move(rows);
+    m_rowHeadings = std::move(headings);
+    if (!m_rows.isEmpty())
+        Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1));
+    if (before != m_rows.size())
+        Q_EMIT countChanged();
+}

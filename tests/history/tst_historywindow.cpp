@@ -1,0 +1,397 @@
+#include "HistoryWindowFixture.h"
+#include "history/HistoryFile.h"
+#include "history/HistoryListModel.h"
+#include "history/HistoryManager.h"
+#include "history/HistoryWindowController.h"
+#include "history/HistoryWindowModel.h"
+#include "modes/ModeManager.h"
+#include "support/TestEnvironment.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+#include <QtWebEngineQuick/qtwebenginequickglobal.h>
+#include <memory>
+
+Q_IMPORT_QML_PLUGIN(TembrelPlugin)
+
+namespace {
+
+const QString clientId = QStringLiteral("client-7f3a");
+
+QDateTime fixedNow()
+{
+    return QDateTime(QDate(2025, 10, 15), QTime(12, 0));
+}
+
+QQuickItem* item(QQuickView* view, const char* name)
+{
+    return view && view->rootObject() ? view->rootObject()->findChild<QQuickItem*>(QLatin1String(name)) : nullptr;
+}
+
+QObject* object(QQuickView* view, const char* name)
+{
+    return view && view->rootObject() ? view->rootObject()->findChild<QObject*>(QLatin1String(name)) : nullptr;
+}
+
+// Clicks the middle of an item the way a user would.
+void click(QQuickView* view, QQuickItem* target)
+{
+    QVERIFY(target);
+    const QPointF centre = target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
+    QTest::mouseClick(view, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+}
+
+// The nth row's delegate, as the list shows it.
+QQuickItem* rowItem(QQuickView* view, int row)
+{
+    QQuickItem* list = item(view, "historyList");
+    if (!list)
+        return nullptr;
+    QQuickItem* found = nullptr;
+    QMetaObject::invokeMethod(list, "positionViewAtIndex", Q_ARG(int, row), Q_ARG(int, 0));
+    QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, found), Q_ARG(int, row));
+    return found;
+}
+
+QString text(QQuickItem* target)
+{
+    return target ? target->property("text").toString() : QString();
+}
+
+} // namespace
+
+class TestHistoryWindow : public QObject
+{
+    Q_OBJECT
+
+    TestEnvironment m_env;
+    std::unique_ptr<QSettings> m_settings;
+    std::unique_ptr<ModeManager> m_modes;
+    std::unique_ptr<HistoryManager> m_store;
+    std::unique_ptr<HistoryWindowController> m_controller;
+    int m_run = 0;
+
+    QString storePath() const { return m_env.dataHome() + QStringLiteral("/run%1/history.json").arg(m_run); }
+
+    // A store loaded from a file holding `entries`, and a controller over it with the test clock.
+    void open(const QList<FixHistoryEntry>& entries)
+    {
+        ++m_run;
+        if (!entries.isEmpty())
+            QVERIFY(!HistoryFile::write(storePath(), entries));
+        m_store = std::make_unique<HistoryManager>(*m_settings, storePath());
+        QCOMPARE(m_store->count(), entries.size());
+        m_controller = std::make_unique<HistoryWindowController>(*m_store, *m_modes, [] { return clientId; });
+        m_controller->setClock(fixedNow);
+        m_controller->show();
+        QVERIFY(m_controller->window());
+        QVERIFY(QTest::qWaitForWindowExposed(m_controller->window()));
+        QCOMPARE(m_controller->window()->status(), QQuickView::Ready);
+    }
+
+    QQuickView* view() const { return m_controller ? m_controller->window() : nullptr; }
+    HistoryWindowModel* model() const { return m_controller ? m_controller->model() : nullptr; }
+
+    QList<FixHistoryEntry> threeEntries() const
+    {
+        const QDateTime now = fixedNow();
+        return {
+            HistoryWindowFixture::plainEntry(now.addSecs(-60), QStringLiteral("teh cat sat"), QStringLiteral("the cat sat")),
+            HistoryWindowFixture::plainEntry(now.addDays(-1), QStringLiteral("a dog barkd"), QStringLiteral("a dog barked")),
+            HistoryWindowFixture::plainEntry(now.addDays(-40), QStringLiteral("old storie"), QStringLiteral("old story")),
+        };
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_settings = std::make_unique<QSettings>(m_env.configHome() + QStringLiteral("/tembrel.conf"), QSettings::IniFormat);
+        m_modes = std::make_unique<ModeManager>(*m_settings);
+    }
+
+    void cleanup()
+    {
+        m_controller.reset();
+        m_store.reset();
+    }
+
+    void windowIsBuiltOnShowAndRebuiltAfterClose()
+    {
+        open(threeEntries());
+        QQuickView* first = view();
+        QCOMPARE(first->title(), QStringLiteral("Tembrel History"));
+        QCOMPARE(first->size(), QSize(900, 650));
+        QCOMPARE(first->minimumSize(), QSize(750, 550));
+        QVERIFY(first->maximumSize().width() > 900);
+        // Centred on its screen.
+        const QPoint centre = first->screen()->availableGeometry().center();
+        QVERIFY(qAbs(first->geometry().center().x() - centre.x()) <= 1);
+        // Faded in from transparent.
+        QTRY_COMPARE(first->rootObject()->opacity(), 1.0);
+
+        // A second show while open reuses the window.
+        m_controller->show();
+        QCOMPARE(view(), first);
+
+        model()->setSearchText(QStringLiteral("dog"));
+        QSignalSpy closed(m_controller.get(), &HistoryWindowController::closed);
+        first->close();
+        QTRY_COMPARE(closed.count(), 1);
+        QVERIFY(!view());
+        m_controller->show();
+        QVERIFY(view());
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        // Built afresh from the store: the old search is gone.
+        QCOMPARE(model()->searchText(), QString());
+        QCOMPARE(model()->list()->rowCount(), 3);
+    }
+
+    void listIsGroupedByDate()
+    {
+        open(HistoryWindowFixture::generate(300, fixedNow()));
+        const QStringList headings = model()->list()->headings();
+        QCOMPARE(headings.mid(0, 3), (QStringList{QStringLiteral("Today"), QStringLiteral("Yesterday"), QStringLiteral("This Week")}));
+        QVERIFY(headings.contains(QStringLiteral("September 2025")));
+        QCOMPARE(headings.size(), headings.toSet().size());
+        QQuickItem* first = rowItem(view(), 0);
+        QVERIFY(first);
+        QCOMPARE(first->property("preview").toString(), HistoryListModel::preview(m_store->entries().first()));
+        QCOMPARE(first->property("subtitle").toString(), m_store->entries().first().subtitle(fixedNow()));
+    }
+
+    void searchFiltersWhileTheSummaryCountsAll_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<bool>("noMatches");
+        QTest::newRow("in the fixed text only, other case") << "BARKED" << 1 << false;
+        QTest::newRow("in the original text") << "teh" << 1 << false;
+        QTest::newRow("in both texts") << "cat" << 1 << false;
+        QTest::newRow("common to all") << "o" << 2 << false;
+        QTest::newRow("source application is not searched") << "Kate" << 0 << true;
+        QTest::newRow("nothing") << "zebra" << 0 << true;
+    }
+
+    void searchFiltersWhileTheSummaryCountsAll()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, rows);
+        QFETCH(bool, noMatches);
+        open(threeEntries());
+        QQuickItem* field = item(view(), "searchField");
+        QVERIFY(field);
+        QCOMPARE(field->property("placeholderText").toString(), QStringLiteral("Search tembrels..."));
+        field->forceActiveFocus();
+        QTest::keyClicks(view(), typed);
+        QCOMPARE(model()->searchText(), typed);
+        QCOMPARE(model()->list()->rowCount(), rows);
+        QCOMPARE(item(view(), "noMatches")->isVisible(), noMatches);
+        QVERIFY(!item(view(), "emptyHistory")->isVisible());
+        QCOMPARE(text(item(view(), "tembrelSummary")), QStringLiteral("3 tembrels"));
+        QCOMPARE(text(item(view(), "editSummary")), QStringLiteral("9 edits"));
+    }
+
+    void summaryOfOneHasNoPlural()
+    {
+        open({HistoryWindowFixture::plainEntry(fixedNow(), QStringLiteral("a"), QStringLiteral("b"))});
+        m_store->updateEditCount(m_store->entries().first().id, 1);
+        QCOMPARE(text(item(view(), "tembrelSummary")), QStringLiteral("1 tembrel"));
+        QCOMPARE(text(item(view(), "editSummary")), QStringLiteral("1 edit"));
+    }
+
+    void emptyHistoryInvitesAFirstTembrel()
+    {
+        open({});
+        QVERIFY(item(view(), "emptyHistory")->isVisible());
+        QVERIFY(!item(view(), "noMatches")->isVisible());
+        QCOMPARE(model()->shortcutHint(), QStringLiteral("Press ") + m_modes->defaultMode().hotkey->platformDisplayString()
+                                              + QStringLiteral(" to get started"));
+        QCOMPARE(text(item(view(), "tembrelSummary")), QStringLiteral("0 tembrels"));
+        QVERIFY(item(view(), "selectPrompt")->isVisible());
+    }
+
+    void deleteAsksFirst_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<int>("remaining");
+        QTest::newRow("confirmed") << "confirmButton" << 2;
+        QTest::newRow("cancelled") << "cancelButton" << 3;
+        QTest::newRow("escape") << "" << 3;
+    }
+
+    void deleteAsksFirst()
+    {
+        QFETCH(QString, answer);
+        QFETCH(int, remaining);
+        const QList<FixHistoryEntry> entries = threeEntries();
+        open(entries);
+        model()->setSelectedId(entries.at(1).id.toString(QUuid::WithoutBraces));
+        QQuickItem* row = rowItem(view(), 1);
+        QVERIFY(row);
+        click(view(), row->findChild<QQuickItem*>(QStringLiteral("deleteButton")));
+        QVERIFY(model()->isConfirmingDelete());
+        QObject* sheet = object(view(), "deleteConfirmation");
+        QTRY_VERIFY(sheet->property("opened").toBool());
+        QQuickItem* content = sheet->property("contentItem").value<QQuickItem*>();
+        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmTitle"))),
+                 QStringLiteral("Delete this tembrel from history?"));
+        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmMessage"))), QStringLiteral("This can't be undone."));
+        if (answer.isEmpty())
+            QTest::keyClick(view(), Qt::Key_Escape);
+        else
+            click(view(), content->findChild<QQuickItem*>(answer));
+        QTRY_VERIFY(!sheet->property("visible").toBool());
+        QVERIFY(!model()->isConfirmingDelete());
+        QCOMPARE(m_store->count(), remaining);
+        QCOMPARE(model()->list()->rowCount(), remaining);
+        // Saved at once: the file says the same.
+        const auto onDisk = HistoryFile::read(storePath());
+        QCOMPARE(std::get<QList<FixHistoryEntry>>(onDisk).size(), remaining);
+        const bool deleted = remaining == 2;
+        QCOMPARE(m_store->entries().contains(entries.at(1)), !deleted);
+        QCOMPARE(model()->hasSelection(), !deleted);
+    }
+
+    void clearAsksFirst_data()
+    {
+        QTest::addColumn<bool>("confirm");
+        QTest::newRow("confirmed") << true;
+        QTest::newRow("cancelled") << false;
+    }
+
+    void clearAsksFirst()
+    {
+        QFETCH(bool, confirm);
+        open(threeEntries());
+        click(view(), item(view(), "clearButton"));
+        QObject* sheet = object(view(), "clearConfirmation");
+        QTRY_VERIFY(sheet->property("opened").toBool());
+        QQuickItem* content = sheet->property("contentItem").value<QQuickItem*>();
+        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmTitle"))), QStringLiteral("Clear all history?"));
+        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmMessage"))),
+                 QStringLiteral("Delete all 3 tembrels from history? This can't be undone."));
+        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmButton"))), QStringLiteral("Clear History"));
+        click(view(), content->findChild<QQuickItem*>(confirm ? "confirmButton" : "cancelButton"));
+        QTRY_VERIFY(!sheet->property("visible").toBool());
+        QCOMPARE(m_store->count(), confirm ? 0 : 3);
+        QCOMPARE(std::get<QList<FixHistoryEntry>>(HistoryFile::read(storePath())).size(), confirm ? 0 : 3);
+        QCOMPARE(item(view(), "emptyHistory")->isVisible(), confirm);
+        QVERIFY(!item(view(), "clearButton")->property("enabled").toBool() == confirm);
+    }
+
+    void clearMessageOfOne()
+    {
+        open({HistoryWindowFixture::plainEntry(fixedNow(), QStringLiteral("a"), QStringLiteral("b"))});
+        QCOMPARE(model()->clearMessage(), QStringLiteral("Delete all 1 tembrel from history? This can't be undone."));
+    }
+
+    void headerOfTheSelection()
+    {
+        QList<FixHistoryEntry> entries = threeEntries();
+        entries[2].editCount.reset();
+        entries[2].sourceApp.reset();
+        open(entries);
+        QVERIFY(!item(view(), "headerLine")->isVisible());
+        click(view(), rowItem(view(), 0));
+        QCOMPARE(model()->selectedId(), entries.at(0).id.toString(QUuid::WithoutBraces));
+        QStringList parts = model()->headerParts();
+        QCOMPARE(parts.size(), 3);
+        QCOMPARE(parts.at(0), QStringLiteral("3 edits"));
+        QCOMPARE(parts.at(1), QStringLiteral("Kate"));
+        QVERIFY(parts.at(2).contains(QString::number(fixedNow().date().year())));
+        QVERIFY(item(view(), "headerLine")->isVisible());
+
+        click(view(), rowItem(view(), 2));
+        QCOMPARE(model()->headerParts().size(), 1);
+        QCOMPARE(model()->viewMode(), HistoryWindowModel::diffMode);
+        click(view(), item(view(), "viewMode_Original"));
+        QCOMPARE(model()->viewMode(), 0);
+        QCOMPARE(text(item(view(), "entryText")), entries.at(2).originalText);
+        click(view(), item(view(), "viewMode_Tembreled"));
+        QCOMPARE(text(item(view(), "entryText")), entries.at(2).fixedText);
+    }
+
+    void traceCopyWritesTheClipboard()
+    {
+        const QList<FixHistoryEntry> entries = threeEntries();
+        open(entries);
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        click(view(), rowItem(view(), 0));
+        click(view(), item(view(), "traceButton"));
+        QObject* popover = object(view(), "tracePopover");
+        QTRY_VERIFY(popover->property("opened").toBool());
+        const QString expected = TraceCollector::render(entries.at(0).traceId, clientId, *entries.at(0).trace);
+        QVERIFY(expected.startsWith(QStringLiteral("Trace ID: ")));
+        QVERIFY(expected.contains(QStringLiteral("Client ID: ") + clientId));
+        QQuickItem* content = popover->property("contentItem").value<QQuickItem*>();
+        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("traceText"))), expected);
+        QQuickItem* copy = content->findChild<QQuickItem*>(QStringLiteral("copyButton"));
+        QCOMPARE(text(copy), QStringLiteral("Copy"));
+        click(view(), copy);
+        QCOMPARE(QGuiApplication::clipboard()->text(), expected);
+        QCOMPARE(text(copy), QStringLiteral("Copied"));
+        QTest::qWait(1000);
+        QCOMPARE(text(copy), QStringLiteral("Copied"));
+        QTRY_COMPARE_WITH_TIMEOUT(text(copy), QStringLiteral("Copy"), 2000);
+    }
+
+    void entryWithoutTraceShowsTheNote()
+    {
+        QList<FixHistoryEntry> entries = threeEntries();
+        entries[0].trace.reset();
+        entries[0].traceId.reset();
+        open(entries);
+        click(view(), rowItem(view(), 0));
+        model()->setTraceOpen(true);
+        QObject* popover = object(view(), "tracePopover");
+        QTRY_VERIFY(popover->property("opened").toBool());
+        QQuickItem* content = popover->property("contentItem").value<QQuickItem*>();
+        QVERIFY(content->findChild<QQuickItem*>(QStringLiteral("noTrace"))->isVisible());
+        QVERIFY(!content->findChild<QQuickItem*>(QStringLiteral("copyButton"))->isVisible());
+        QVERIFY(model()->traceText().isEmpty());
+    }
+
+    void fixesArriveWhileOpen()
+    {
+        open(threeEntries());
+        const QString selected = m_store->entries().at(1).id.toString(QUuid::WithoutBraces);
+        model()->setSelectedId(selected);
+        QSignalSpy inserted(model()->list(), &QAbstractItemModel::rowsInserted);
+        QSignalSpy reset(model()->list(), &QAbstractItemModel::modelReset);
+        FixHistoryEntry draft = HistoryWindowFixture::plainEntry(fixedNow(), QStringLiteral("brand nwe"), QStringLiteral("brand new"));
+        const auto id = m_store->addEntry(draft);
+        QVERIFY(id);
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(inserted.first().at(1).toInt(), 0);
+        QCOMPARE(reset.count(), 0);
+        QCOMPARE(model()->list()->rowCount(), 4);
+        QCOMPARE(model()->list()->entryAt(0).id, *id);
+        QCOMPARE(text(item(view(), "tembrelSummary")), QStringLiteral("4 tembrels"));
+        QCOMPARE(model()->selectedId(), selected);
+        QTRY_VERIFY(rowItem(view(), 0));
+        QCOMPARE(rowItem(view(), 0)->property("preview").toString(), QStringLiteral("brand new"));
+
+        // A fix that does not match the search waits outside the list.
+        model()->setSearchText(QStringLiteral("cat"));
+        m_store->addEntry(HistoryWindowFixture::plainEntry(fixedNow(), QStringLiteral("x"), QStringLiteral("y")));
+        QCOMPARE(model()->list()->rowCount(), 1);
+        QCOMPARE(text(item(view(), "tembrelSummary")), QStringLiteral("5 tembrels"));
+    }
+};
+
+int main(int argc, char** argv)
+{
+    // The web engine needs its share of the OpenGL context before the application exists.
+    QtWebEngineQuick::initialize();
+    QGuiApplication app(argc, argv);
+    TestHistoryWindow test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_historywindow.moc"
