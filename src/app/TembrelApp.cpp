@@ -4,6 +4,8 @@
 #include "analytics/PostHogClient.h"
 #include "analytics/PostHogConfig.h"
 #include "app/FixAdapters.h"
+#include "app/StatusMenu.h"
+#include "app/UpdateController.h"
 #include "capture/ClipboardManager.h"
 #include "capture/SelectionManager.h"
 #include "core/FixCoordinator.h"
@@ -21,6 +23,7 @@
 #include "settings/UsageStatsManager.h"
 
 #include <QCoreApplication>
+#include <QMetaMethod>
 
 struct FixNeighbourAdapters
 {
@@ -64,7 +67,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
         [keys]() { return keys->readKey(); },
         [](const QString& original, const QString& fixed) { return DiffUtils::wordDiff(original, fixed).editCount; });
 
-    m_panel = std::make_unique<InlineDiffPanelController>(*m_platform->workspace);
+    m_panel = std::make_unique<InlineDiffPanelController>(*m_platform->workspace, m_platform->keyMonitor.get());
     m_adapters.reset(new FixNeighbourAdapters{
         ModeCatalogAdapter(*m_modes), SelectionAdapter(*m_selection), ClipboardAdapter(*m_clipboard),
         PanelAdapter(*m_panel), SettingsAdapter(*m_settings, *m_history), HistoryAdapter(*m_history),
@@ -81,6 +84,8 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     m_hotkeys->onModeTriggered = [coordinator](const QUuid& modeId) {
         coordinator->startFix(storedUuidString(modeId));
     };
+
+    m_updates = std::make_unique<UpdateController>(*m_settings, m_defaults);
 }
 
 TembrelApp::~TembrelApp()
@@ -91,12 +96,92 @@ TembrelApp::~TembrelApp()
 
 void TembrelApp::start()
 {
+    m_taskbar.setHidden(m_settings->hideDockIcon());
+    connect(m_settings.get(), &SettingsManager::hideDockIconChanged, &m_taskbar, &TaskbarPolicy::setHidden);
+
+    m_statusMenu = std::make_unique<StatusMenu>();
+    connect(m_statusMenu.get(), &StatusMenu::checkForUpdatesRequested, m_updates.get(),
+            &UpdateController::checkForUpdates);
+    connect(m_statusMenu.get(), &StatusMenu::showHistoryRequested, this, &TembrelApp::showHistory);
+    connect(m_statusMenu.get(), &StatusMenu::showSettingsRequested, this, &TembrelApp::showSettings);
+    connect(m_statusMenu.get(), &StatusMenu::quitRequested, this, &TembrelApp::quit);
+    m_statusMenu->show();
+
     registerHotkeys();
-    connect(m_modes.get(), &ModeManager::modesChanged, this, &TembrelApp::registerHotkeys);
+    watchModeShortcuts();
+    promptForOnboardingOrTrust();
+    reportLaunch();
+    m_updates->start();
     qCInfo(lcApp) << "Tembrel is running";
+    Q_EMIT started();
 }
 
 void TembrelApp::registerHotkeys()
 {
+    m_registeredConfigs = m_modes->hotkeyConfigs();
     m_hotkeys->registerModeHotkeys(m_modes->modes());
+}
+
+void TembrelApp::watchModeShortcuts()
+{
+    // The catalogue announces every assignment, also of an identical list; shortcuts are
+    // registered again only when what they imply (ids, enabled flags, keys) differs from what was
+    // last registered, and then on a later turn of the event loop, after the change is complete.
+    connect(m_modes.get(), &ModeManager::modesChanged, this, [this] {
+        const QList<HotkeyConfig> configs = m_modes->hotkeyConfigs();
+        if (configs == m_registeredConfigs)
+            return;
+        m_registeredConfigs = configs;
+        QMetaObject::invokeMethod(this, &TembrelApp::registerHotkeys, Qt::QueuedConnection);
+    });
+}
+
+void TembrelApp::promptForOnboardingOrTrust()
+{
+    const bool skipOnboarding = m_defaults.value(QStringLiteral("skipOnboarding"), false).toBool();
+    if (!skipOnboarding) {
+        // Onboarding asks for the permission itself, on its own page.
+        showOnboarding();
+        return;
+    }
+    if (!m_platform->trust->isTrusted()) {
+        qCInfo(lcApp).noquote() << "Asking for permission to send keys:" << m_platform->trust->untrustedReason();
+        m_platform->trust->requestTrust();
+    }
+}
+
+void TembrelApp::reportLaunch()
+{
+    const bool launchAtLogin = m_platform->loginItem && m_platform->loginItem->status() == LoginItem::Status::enabled;
+    m_analytics->trackAppLaunched(m_settings->useCustomEndpoint(), m_history->isEnabled(), launchAtLogin);
+}
+
+void TembrelApp::showSettings()
+{
+    if (!isSignalConnected(QMetaMethod::fromSignal(&TembrelApp::showSettingsRequested)))
+        qCInfo(lcApp) << "Settings requested; this build has no settings window yet";
+    Q_EMIT showSettingsRequested();
+}
+
+void TembrelApp::showHistory()
+{
+    if (!isSignalConnected(QMetaMethod::fromSignal(&TembrelApp::showHistoryRequested)))
+        qCInfo(lcApp) << "History requested; this build has no history window yet";
+    Q_EMIT showHistoryRequested();
+}
+
+void TembrelApp::showOnboarding()
+{
+    if (!isSignalConnected(QMetaMethod::fromSignal(&TembrelApp::showOnboardingRequested)))
+        qCInfo(lcApp) << "First launch: onboarding would open here; this build has no onboarding window yet";
+    Q_EMIT showOnboardingRequested();
+}
+
+void TembrelApp::quit()
+{
+    qCInfo(lcApp) << "Quitting";
+    // Settings and history are written at every change; syncing only flushes what QSettings
+    // may still hold in memory.
+    m_defaults.sync();
+    QCoreApplication::quit();
 }

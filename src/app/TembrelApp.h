@@ -1,4 +1,8 @@
 #pragma once
+#include "app/TaskbarPolicy.h"
+#include "modes/Hotkey.h"
+
+#include <QList>
 #include <QObject>
 #include <QSettings>
 #include <memory>
@@ -16,11 +20,14 @@ class InlineDiffPanelController;
 class ModeManager;
 class SelectionManager;
 class SettingsManager;
+class StatusMenu;
+class UpdateController;
 class UsageStatsManager;
 struct FixNeighbourAdapters;
 
 /// Owns every long-lived component of the running app and connects them: a shortcut press
-/// starts a fix for its mode, the fix reaches the clipboard and the panel.
+/// starts a fix for its mode, the fix reaches the clipboard and the panel. The windows (settings,
+/// history, onboarding) connect to its show signals and register with its task-bar policy.
 class TembrelApp : public QObject
 {
     Q_OBJECT
@@ -28,14 +35,49 @@ public:
     explicit TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* parent = nullptr);
     ~TembrelApp() override;
 
-    /// Registers the shortcuts of the current modes and keeps them registered as modes change.
+    /// The launch sequence: task-bar policy, tray menu, mode shortcuts (kept registered as they
+    /// change), onboarding or the permission prompt, the launch report, then the update schedule.
     void start();
+
+    /// Asks for the settings window (also what launching Tembrel again does).
+    void showSettings();
+    /// Asks for the history window.
+    void showHistory();
+    /// Asks for the onboarding window; logs when no window is there to answer.
+    void showOnboarding();
+    /// Ends Tembrel through the application's normal exit.
+    void quit();
 
     [[nodiscard]] FixCoordinator& coordinator() { return *m_coordinator; }
     [[nodiscard]] InlineDiffPanelController& panel() { return *m_panel; }
+    [[nodiscard]] SettingsManager& settings() { return *m_settings; }
+    [[nodiscard]] ModeManager& modes() { return *m_modes; }
+    [[nodiscard]] HistoryManager& history() { return *m_history; }
+    [[nodiscard]] UsageStatsManager& usage() { return *m_usage; }
+    [[nodiscard]] AnalyticsManager& analytics() { return *m_analytics; }
+    [[nodiscard]] PlatformServices& platform() { return *m_platform; }
+    [[nodiscard]] UpdateController& updates() { return *m_updates; }
+    /// Windows call `taskbarPolicy().manage(window)` once; it keeps them out of the task bar
+    /// whenever "hideDockIcon" is on.
+    [[nodiscard]] TaskbarPolicy& taskbarPolicy() { return m_taskbar; }
+    /// The tray menu; null before start().
+    [[nodiscard]] StatusMenu* statusMenu() { return m_statusMenu.get(); }
+
+Q_SIGNALS:
+    /// The settings window should show itself (not in onboarding mode) and come to the front.
+    void showSettingsRequested();
+    /// The history window should show itself and come to the front.
+    void showHistoryRequested();
+    /// The onboarding window should show itself.
+    void showOnboardingRequested();
+    /// Start-up has reported the launch; the app is fully running.
+    void started();
 
 private:
     void registerHotkeys();
+    void watchModeShortcuts();
+    void promptForOnboardingOrTrust();
+    void reportLaunch();
 
     std::unique_ptr<PlatformServices> m_platform;
     QSettings m_defaults;
@@ -53,4 +95,8 @@ private:
     std::unique_ptr<FixNeighbourAdapters> m_adapters;
     std::unique_ptr<FixCoordinator> m_coordinator;
     std::unique_ptr<HotkeyManager> m_hotkeys;
+    std::unique_ptr<UpdateController> m_updates;
+    TaskbarPolicy m_taskbar;
+    std::unique_ptr<StatusMenu> m_statusMenu;
+    QList<HotkeyConfig> m_registeredConfigs;
 };

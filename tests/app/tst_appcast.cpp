@@ -1,0 +1,172 @@
+#include "app/Appcast.h"
+
+#include <QTest>
+
+namespace {
+
+QByteArray feed(const QByteArray& items)
+{
+    return QByteArrayLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                             "<rss version=\"2.0\" xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\""
+                             " xmlns:dc=\"http://purl.org/dc/elements/1.1/\">\n<channel>\n<title>Tembrel</title>\n")
+           + items + QByteArrayLiteral("</channel>\n</rss>\n");
+}
+
+Appcast parsed(const QByteArray& xml)
+{
+    const auto result = Appcast::parse(xml);
+    if (const auto* error = std::get_if<AppcastError>(&result))
+        qWarning().noquote() << error->message();
+    return std::get<Appcast>(result);
+}
+
+} // namespace
+
+// Reading update feeds as they are written in the wild: versions in elements or on the enclosure,
+// channels, release notes inline or linked, and feeds that are broken.
+class AppcastTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsAModernItem()
+    {
+        const Appcast appcast = parsed(feed("\n"
+        "<item>\n"
+        "  <title>Version 1.2</title>\n"
+        "  <pubDate>Tue, 10 Nov 2026 09:30:00 +0000</pubDate>\n"
+        "  <sparkle:version>120</sparkle:version>\n"
+        "  <sparkle:shortVersionString>1.2</sparkle:shortVersionString>\n"
+        "  <sparkle:releaseNotesLink>https://example.invalid/notes/1.2.html</sparkle:releaseNotesLink>\n"
+        "  <description><![CDATA[<h2>New</h2><ul><li>Faster fixes</li></ul>]]></description>\n"
+        "  <enclosure url=\"https://example.invalid/tembrel-1.2.tar.gz\" length=\"123\" type=\"application/octet-stream\"/>\n"
+        "</item>"));
+        QCOMPARE(appcast.items.size(), 1);
+        const AppcastItem& item = appcast.items.first();
+        QCOMPARE(item.title, QStringLiteral("Version 1.2"));
+        QCOMPARE(item.version, QStringLiteral("120"));
+        QCOMPARE(item.shortVersionString, QStringLiteral("1.2"));
+        QCOMPARE(item.displayVersion(), QStringLiteral("1.2"));
+        QCOMPARE(item.channel, QString());
+        QCOMPARE(item.releaseNotesUrl, QUrl(QStringLiteral("https://example.invalid/notes/1.2.html")));
+        QCOMPARE(item.description, QStringLiteral("<h2>New</h2><ul><li>Faster fixes</li></ul>"));
+        QCOMPARE(item.downloadUrl, QUrl(QStringLiteral("https://example.invalid/tembrel-1.2.tar.gz")));
+        QCOMPARE(item.publishedAt, QDateTime(QDate(2026, 11, 10), QTime(9, 30), Qt::UTC));
+    }
+
+    void readsVersionsFromTheEnclosureOfOlderFeeds()
+    {
+        const Appcast appcast = parsed(feed("\n"
+        "<item><title>Old style</title>\n"
+        "  <enclosure url=\"https://example.invalid/t-0.9.zip\" sparkle:version=\"90\" sparkle:shortVersionString=\"0.9\"/>\n"
+        "</item>"));
+        QCOMPARE(appcast.items.size(), 1);
+        QCOMPARE(appcast.items.first().version, QStringLiteral("90"));
+        QCOMPARE(appcast.items.first().displayVersion(), QStringLiteral("0.9"));
+    }
+
+    void elementVersionWinsOverTheEnclosure()
+    {
+        const Appcast appcast = parsed(feed("\n"
+        "<item><sparkle:version>200</sparkle:version>\n"
+        "  <enclosure url=\"https://example.invalid/a\" sparkle:version=\"100\"/></item>"));
+        QCOMPARE(appcast.items.first().version, QStringLiteral("200"));
+    }
+
+    void theLinkIsTheDownloadWhenThereIsNoEnclosure()
+    {
+        const Appcast appcast = parsed(feed("\n"
+        "<item><sparkle:version>3</sparkle:version><link>https://example.invalid/download</link></item>"));
+        QCOMPARE(appcast.items.first().downloadUrl, QUrl(QStringLiteral("https://example.invalid/download")));
+    }
+
+    void itemsWithoutAVersionAreLeftOut()
+    {
+        const Appcast appcast = parsed(feed("\n"
+        "<item><title>No version</title><enclosure url=\"https://example.invalid/x\"/></item>\n"
+        "<item><sparkle:version>5</sparkle:version></item>"));
+        QCOMPARE(appcast.items.size(), 1);
+        QCOMPARE(appcast.items.first().version, QStringLiteral("5"));
+    }
+
+    void unknownElementsAreSkipped()
+    {
+        const Appcast appcast = parsed(feed("\n"
+        "<item><sparkle:minimumSystemVersion>10.15</sparkle:minimumSystemVersion><dc:creator>x</dc:creator>\n"
+        "  <sparkle:version>7</sparkle:version><sparkle:channel>beta</sparkle:channel></item>"));
+        QCOMPARE(appcast.items.first().version, QStringLiteral("7"));
+        QCOMPARE(appcast.items.first().channel, QStringLiteral("beta"));
+    }
+
+    void newestItem_data()
+    {
+        QTest::addColumn<QByteArray>("items");
+        QTest::addColumn<QStringList>("channels");
+        QTest::addColumn<QString>("expected"); // empty: none
+
+        const QByteArray mixed = "\n"
+        "<item><sparkle:version>1.1</sparkle:version></item>\n"
+        "<item><sparkle:version>1.3b1</sparkle:version><sparkle:channel>beta</sparkle:channel></item>\n"
+        "<item><sparkle:version>1.2</sparkle:version></item>\n"
+        "<item><sparkle:version>2.0</sparkle:version><sparkle:channel>nightly</sparkle:channel></item>";
+        QTest::newRow("default channel only") << mixed << QStringList() << "1.2";
+        QTest::newRow("beta offered too") << mixed << QStringList{"beta"} << "1.3b1";
+        QTest::newRow("another channel when asked for") << mixed << QStringList{"nightly"} << "2.0";
+        QTest::newRow("feed order does not matter")
+            << QByteArray("<item><sparkle:version>1.10</sparkle:version></item>"
+                          "<item><sparkle:version>1.9</sparkle:version></item>")
+            << QStringList() << "1.10";
+        QTest::newRow("beta only, beta off")
+            << QByteArray("<item><sparkle:version>5</sparkle:version><sparkle:channel>beta</sparkle:channel></item>")
+            << QStringList() << "";
+        QTest::newRow("other systems skipped")
+            << QByteArray("<item><sparkle:version>9</sparkle:version><enclosure url=\"https://e.invalid/w\" sparkle:os=\"windows\"/></item>\n"
+        "<item><sparkle:version>4</sparkle:version><enclosure url=\"https://e.invalid/l\" sparkle:os=\"linux\"/></item>")
+            << QStringList() << "4";
+        QTest::newRow("no items") << QByteArray() << QStringList{"beta"} << "";
+    }
+
+    void newestItem()
+    {
+        QFETCH(QByteArray, items);
+        QFETCH(QStringList, channels);
+        QFETCH(QString, expected);
+        const auto newest = parsed(feed(items)).newestItem(QSet<QString>(channels.begin(), channels.end()));
+        QCOMPARE(newest ? newest->version : QString(), expected);
+    }
+
+    void malformed_data()
+    {
+        QTest::addColumn<QByteArray>("xml");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("mentions");
+
+        const int notXml = int(AppcastError::Kind::notXml);
+        const int notAppcast = int(AppcastError::Kind::notAnAppcast);
+        QTest::newRow("empty") << QByteArray() << notAppcast << "empty";
+        QTest::newRow("html error page") << QByteArray("<html><body>502 Bad Gateway</body></html>") << notAppcast
+                                         << "<html>";
+        QTest::newRow("json") << QByteArray("{\"version\": \"1.2\"}") << notXml << "line 1";
+        QTest::newRow("cut off in transit")
+            << feed("<item><sparkle:version>2</sparkle:version></item>").left(200) << notXml << "line";
+        QTest::newRow("undeclared sparkle prefix")
+            << QByteArray("<rss><channel><item><sparkle:version>2</sparkle:version></item></channel></rss>") << notXml
+            << "line 1";
+        QTest::newRow("rss without a channel") << QByteArray("<rss version=\"2.0\"></rss>") << notAppcast << "channel";
+    }
+
+    void malformed()
+    {
+        QFETCH(QByteArray, xml);
+        QFETCH(int, kind);
+        QFETCH(QString, mentions);
+        const auto result = Appcast::parse(xml);
+        QVERIFY(std::holds_alternative<AppcastError>(result));
+        const AppcastError& error = std::get<AppcastError>(result);
+        QCOMPARE(int(error.kind), kind);
+        QVERIFY2(error.message().contains(mentions), qPrintable(error.message()));
+    }
+};
+
+QTEST_GUILESS_MAIN(AppcastTest)
+#include "tst_appcast.moc"

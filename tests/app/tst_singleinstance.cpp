@@ -1,0 +1,117 @@
+#include "app/SingleInstance.h"
+#include "support/TestEnvironment.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QSignalSpy>
+#include <QTest>
+#include <atomic>
+#include <thread>
+
+// One Tembrel per user: the second launch reaches the first through the socket and steps back,
+// and what a crashed launch left behind does not lock anyone out.
+class SingleInstanceTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestEnvironment m_env;
+    int m_case = 0;
+
+    QString freshSocketPath() { return m_env.root() + QStringLiteral("/instance-%1.socket").arg(++m_case); }
+
+    // The second launch runs its blocking notification on another thread, as it would in its own
+    // process, while this thread's event loop lets the first one answer.
+    static bool notifyFromElsewhere(SingleInstance& second, int timeoutMs = 3000)
+    {
+        std::atomic<int> answer{-1};
+        std::thread launch([&] { answer = second.notifyRunningInstance(timeoutMs) ? 1 : 0; });
+        const bool finished = QTest::qWaitFor([&] { return answer != -1; }, timeoutMs + 2000);
+        launch.join();
+        return finished && answer == 1;
+    }
+
+private Q_SLOTS:
+    void secondLaunchSignalsTheFirst()
+    {
+        const QString path = freshSocketPath();
+        SingleInstance first(path);
+        QVERIFY(first.claim());
+        QVERIFY(first.isPrimary());
+        QSignalSpy reopened(&first, &SingleInstance::reopenRequested);
+
+        SingleInstance second(path);
+        QVERIFY(!second.claim());
+        QVERIFY(!second.isPrimary());
+        QVERIFY(notifyFromElsewhere(second));
+        QTRY_COMPARE(reopened.size(), 1);
+
+        // Every later launch is heard too.
+        SingleInstance third(path);
+        QVERIFY(!third.claim());
+        QVERIFY(notifyFromElsewhere(third));
+        QTRY_COMPARE(reopened.size(), 2);
+    }
+
+    void leftoverSocketFileDoesNotBlockTheLaunch()
+    {
+        const QString path = freshSocketPath();
+        {
+            QFile stale(path);
+            QVERIFY(stale.open(QIODevice::WriteOnly));
+            stale.write("left by a crash");
+        }
+        SingleInstance first(path);
+        QVERIFY(first.claim());
+        QSignalSpy reopened(&first, &SingleInstance::reopenRequested);
+        SingleInstance second(path);
+        QVERIFY(!second.claim());
+        QVERIFY(notifyFromElsewhere(second));
+        QTRY_COMPARE(reopened.size(), 1);
+    }
+
+    void theNextLaunchTakesOverWhenTheFirstEnds()
+    {
+        const QString path = freshSocketPath();
+        {
+            SingleInstance first(path);
+            QVERIFY(first.claim());
+        }
+        SingleInstance next(path);
+        QVERIFY(next.claim());
+    }
+
+    void notifyingNobodyFails()
+    {
+        SingleInstance lonely(freshSocketPath());
+        QVERIFY(!notifyFromElsewhere(lonely, 300));
+    }
+
+    void strangersAreIgnored()
+    {
+        const QString path = freshSocketPath();
+        SingleInstance first(path);
+        QVERIFY(first.claim());
+        QSignalSpy reopened(&first, &SingleInstance::reopenRequested);
+        QLocalSocket stranger;
+        stranger.connectToServer(path);
+        QVERIFY(stranger.waitForConnected(1000));
+        stranger.write("show me your secrets\n");
+        stranger.flush();
+        QTRY_VERIFY(stranger.state() == QLocalSocket::UnconnectedState);
+        QCOMPARE(reopened.size(), 0);
+    }
+
+    void defaultPathIsPerUser()
+    {
+        const QString path = SingleInstance::defaultSocketPath();
+        QVERIFY(!path.isEmpty());
+        QVERIFY2(path.startsWith(qEnvironmentVariable("XDG_RUNTIME_DIR")) || path.contains(QStringLiteral("tembrel-")),
+                 qPrintable(path));
+    }
+};
+
+QTEST_GUILESS_MAIN(SingleInstanceTest)
+#include "tst_singleinstance.moc"
