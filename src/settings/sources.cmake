@@ -4,3 +4,4 @@ list(APPEND TEMBREL_CORE_SOURCES
   settings/SettingsManager.h settings/SettingsManager.cpp
   settings/UsageStatsManager.h settings/UsageStatsManager.cpp
 )
+include(settings/window.cmake)

@@ -1,0 +1,257 @@
+#include "settings/SettingsWindowController.h"
+
+#include "app/BuildConfig.h"
+#include "core/Logging.h"
+#include "engines/ConnectionTestState.h"
+#include "history/HistoryManager.h"
+#include "modes/ModeManager.h"
+#include "platform/LoginItem.h"
+#include "settings/ModesModel.h"
+#include "settings/SettingsManager.h"
+#include "settings/SettingsWindowTexts.h"
+#include "settings/UserDefaults.h"
+
+#include <QCoreApplication>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QPalette>
+#include <QQmlContext>
+#include <QQuickView>
+#include <QScreen>
+#include <QSettings>
+
+namespace {
+
+const QString skipOnboardingKey = QStringLiteral("skipOnboarding");
+
+QString counted(qint64 count, const QString& noun)
+{
+    return QString::number(count) + QLatin1Char(' ') + noun + (count == 1 ? QString() : QStringLiteral("s"));
+}
+
+// Pacifico ships with the app; when it cannot be loaded the title falls back to a script face.
+QString loadTitleFont()
+{
+    const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/Tembrel/settings/fonts/Pacifico-Regular.woff"));
+    const QStringList families = id >= 0 ? QFontDatabase::applicationFontFamilies(id) : QStringList();
+    if (!families.isEmpty())
+        return families.first();
+    qCWarning(lcSettings) << "Pacifico could not be loaded; the title uses a script font";
+    return QStringLiteral("URW Chancery L");
+}
+
+} // namespace
+
+SettingsWindowController::SettingsWindowController(SettingsManager& settings, ModeManager& modes,
+                                                   HistoryManager& history, LoginItem& loginItem,
+                                                   QSettings& defaults, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_modes(modes)
+    , m_history(history)
+    , m_loginItem(loginItem)
+    , m_defaults(defaults)
+    , m_modesModel(std::make_unique<ModesModel>(modes))
+    , m_connectionTest(std::make_unique<ConnectionTestState>([&modes] { return modes.defaultMode().prompt; }))
+{
+    connect(&m_modes, &ModeManager::modesChanged, this, &SettingsWindowController::shortcutTextChanged);
+    connect(&m_settings, &SettingsManager::hotkeyChanged, this, &SettingsWindowController::shortcutTextChanged);
+    connect(&m_history, &HistoryManager::entriesChanged, this, &SettingsWindowController::historyChanged);
+}
+
+SettingsWindowController::~SettingsWindowController() = default;
+
+void SettingsWindowController::show(bool fromOnboarding)
+{
+    if (m_isFromOnboarding != fromOnboarding) {
+        m_isFromOnboarding = fromOnboarding;
+        Q_EMIT isFromOnboardingChanged();
+    }
+    if (m_view && fromOnboarding)
+        forgetWindow(); // rebuilt, so that the greeting shows
+    if (!m_view)
+        build();
+    if (QScreen* screen = m_view->screen()) {
+        const QRect area = screen->availableGeometry();
+        m_view->setPosition(area.center() - QPoint(width / 2, height / 2));
+    }
+    m_view->show();
+    m_view->raise();
+    m_view->requestActivate();
+}
+
+QQuickWindow* SettingsWindowController::window() const
+{
+    return m_view.get();
+}
+
+void SettingsWindowController::build()
+{
+    m_view = std::make_unique<QQuickView>();
+    m_view->setTitle(QStringLiteral("Settings"));
+    m_view->setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint
+                     | Qt::WindowMinimizeButtonHint);
+    // A fixed size is how X11 window managers learn that a window cannot be resized.
+    m_view->setMinimumSize(QSize(width, height));
+    m_view->setMaximumSize(QSize(width, height));
+    m_view->resize(width, height);
+    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view->setColor(QGuiApplication::palette().color(QPalette::Window));
+    QQmlContext* context = m_view->rootContext();
+    context->setContextProperty(QStringLiteral("settingsWindow"), this);
+    // Fixed when the window is built: bringing the window forward later keeps or lacks the greeting.
+    context->setContextProperty(QStringLiteral("showsGreeting"), m_isFromOnboarding);
+    context->setContextProperty(QStringLiteral("settings"), &m_settings);
+    context->setContextProperty(QStringLiteral("history"), &m_history);
+    context->setContextProperty(QStringLiteral("modesModel"), m_modesModel.get());
+    context->setContextProperty(QStringLiteral("connectionTest"), m_connectionTest.get());
+    m_view->setSource(QUrl(QStringLiteral("qrc:/Tembrel/settings/SettingsWindowView.qml")));
+    if (m_view->status() == QQuickView::Error) {
+        for (const auto& error : m_view->errors())
+            qCWarning(lcSettings) << error.toString();
+    }
+    connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
+        if (!visible)
+            forgetWindow();
+    });
+    // A verdict is about what was entered when the test ran; a new window starts without one.
+    m_connectionTest->reset();
+    m_apiKeyError.clear();
+    Q_EMIT apiKeyErrorChanged();
+    loadApiKey();
+    if (m_onWindowCreated)
+        m_onWindowCreated(m_view.get());
+}
+
+void SettingsWindowController::forgetWindow()
+{
+    if (!m_view)
+        return;
+    QQuickView* view = m_view.release();
+    view->disconnect(this);
+    view->hide();
+    // Deleted later: this may run inside the window's own close handling.
+    view->deleteLater();
+}
+
+void SettingsWindowController::close()
+{
+    if (m_view)
+        m_view->close();
+}
+
+bool SettingsWindowController::launchAtLogin() const
+{
+    return m_loginItem.status() == LoginItem::Status::enabled;
+}
+
+void SettingsWindowController::setLaunchAtLogin(bool enabled)
+{
+    if (!m_loginItem.setEnabled(enabled)) {
+        qCWarning(lcSettings, "Failed to %s launch at login: %s", enabled ? "enable" : "disable",
+                  qUtf8Printable(m_loginItem.lastError()));
+    }
+    Q_EMIT launchAtLoginChanged();
+}
+
+bool SettingsWindowController::showWelcomeOnLaunch() const
+{
+    return !UserDefaults::boolValue(m_defaults, skipOnboardingKey);
+}
+
+void SettingsWindowController::setShowWelcomeOnLaunch(bool show)
+{
+    m_defaults.setValue(skipOnboardingKey, !show);
+    Q_EMIT showWelcomeOnLaunchChanged();
+}
+
+QString SettingsWindowController::shortcutText() const
+{
+    const Mode primary = m_modes.defaultMode();
+    return primary.hotkey.value_or(m_settings.hotkey()).platformDisplayString();
+}
+
+QString SettingsWindowController::version() const
+{
+    const QString version = QCoreApplication::applicationVersion();
+    return version.isEmpty() ? QString::fromUtf8(BuildConfig::version) : version;
+}
+
+QString SettingsWindowController::titleFontFamily() const
+{
+    static const QString family = loadTitleFont();
+    return family;
+}
+
+QString SettingsWindowController::historySummary() const
+{
+    return counted(m_history.count(), QStringLiteral("tembrel")) + QStringLiteral(", ")
+           + counted(m_history.totalEdits(), QStringLiteral("edit")) + QStringLiteral(" saved");
+}
+
+QString SettingsWindowController::clearHistoryMessage() const
+{
+    return QStringLiteral("Delete all ") + counted(m_history.count(), QStringLiteral("tembrel"))
+           + QStringLiteral(" from history? This can't be undone.");
+}
+
+QString SettingsWindowController::hideDockIconLabel() const
+{
+    return SettingsWindowTexts::hideDockIconLabel;
+}
+
+QString SettingsWindowController::hideDockIconHelp() const
+{
+    return SettingsWindowTexts::hideDockIconHelp;
+}
+
+QString SettingsWindowController::exampleApiUrl() const
+{
+    return SettingsWindowTexts::exampleApiUrl;
+}
+
+void SettingsWindowController::viewHistory()
+{
+    if (m_onViewHistory)
+        m_onViewHistory();
+}
+
+void SettingsWindowController::clearHistory()
+{
+    m_history.clearAll();
+}
+
+QCoro::Task<> SettingsWindowController::loadApiKey()
+{
+    const std::optional<QString> key = co_await m_settings.apiKey();
+    // Typing while the keyring answered wins over what it had.
+    if (m_keyToWrite || m_writingKey)
+        co_return;
+    m_apiKey = key.value_or(QString());
+    Q_EMIT apiKeyChanged();
+}
+
+void SettingsWindowController::setApiKeyText(const QString& key)
+{
+    m_apiKey = key;
+    m_keyToWrite = key;
+    if (!m_writingKey)
+        writeApiKeys();
+}
+
+QCoro::Task<> SettingsWindowController::writeApiKeys()
+{
+    // One keyring job at a time: jobs started together may finish in any order, and the item
+    // must end up holding the last text typed.
+    m_writingKey = true;
+    while (m_keyToWrite) {
+        const QString key = *std::exchange(m_keyToWrite, std::nullopt);
+        const std::optional<ApiKeyStoreError> error = co_await m_settings.setApiKey(key);
+        const QString message = error ? error->message() : QString();
+        if (message != m_apiKeyError) {
+            m_apiKeyError = message;
+            Q_EMIT apiKeyErrorChanged();
+        }
+    }
+    m_writingKey = false;
+}

@@ -1,0 +1,268 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tembrel
+
+// The settings window's content, top to bottom. Every control writes straight into its store;
+// there is nothing to save. Context: settingsWindow, showsGreeting, settings, history, modesModel, connectionTest.
+Page {
+    id: root
+    SystemPalette { id: pal }
+    background: Rectangle { color: pal.window }
+
+    Flickable {
+        id: flick
+        objectName: "settingsFlick"
+        anchors.fill: parent
+        contentWidth: width
+        contentHeight: content.implicitHeight + 40
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        ScrollBar.vertical: ScrollBar {}
+
+        ColumnLayout {
+            id: content
+            x: 20
+            y: 20
+            width: flick.width - 40
+            spacing: 12
+
+            // Greeting, only at the end of onboarding.
+            Rectangle {
+                objectName: "greeting"
+                visible: showsGreeting
+                Layout.fillWidth: true
+                implicitHeight: greetingRow.implicitHeight + 20
+                radius: 8
+                color: Qt.rgba(0.18, 0.62, 0.28, 0.14)
+                RowLayout {
+                    id: greetingRow
+                    anchors { left: parent.left; right: parent.right; verticalCenter: parent.verticalCenter; margins: 10 }
+                    spacing: 8
+                    Image {
+                        source: "qrc:/Tembrel/panel/icons/checkmark-circle.svg"
+                        sourceSize: Qt.size(22, 22)
+                        Layout.alignment: Qt.AlignTop
+                    }
+                    ColumnLayout {
+                        Layout.fillWidth: true
+                        spacing: 2
+                        Label { text: "You're all set!"; font.bold: true; color: pal.windowText }
+                        Label {
+                            text: "Close this window or update your settings below."
+                            Layout.fillWidth: true
+                            wrapMode: Text.WordWrap
+                            font.pointSize: 8
+                            color: pal.windowText
+                            opacity: 0.75
+                        }
+                    }
+                    ToolButton {
+                        objectName: "greetingClose"
+                        text: "\u2715"
+                        Layout.alignment: Qt.AlignTop
+                        onClicked: settingsWindow.close()
+                    }
+                }
+            }
+
+            // Header.
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 2
+                Label {
+                    objectName: "title"
+                    text: "Tembrel"
+                    font.family: settingsWindow.titleFontFamily
+                    font.pixelSize: 30
+                    color: pal.windowText
+                    Layout.alignment: Qt.AlignHCenter
+                }
+                Label {
+                    text: "Select text, press " + settingsWindow.shortcutText + ", and paste the fixed version."
+                    Layout.fillWidth: true
+                    horizontalAlignment: Text.AlignHCenter
+                    wrapMode: Text.WordWrap
+                    color: pal.windowText
+                    opacity: 0.8
+                }
+                Label {
+                    objectName: "versionLine"
+                    text: "Version " + settingsWindow.version
+                    Layout.alignment: Qt.AlignHCenter
+                    font.pointSize: 8
+                    color: pal.windowText
+                    opacity: 0.55
+                }
+            }
+
+            // General.
+            SettingsWindowSection {
+                Layout.fillWidth: true
+                SettingsWindowSwitchRow {
+                    objectName: "launchAtLogin"
+                    Layout.fillWidth: true
+                    text: "Launch at login"
+                    value: settingsWindow.launchAtLogin
+                    onToggledTo: function(checked) { settingsWindow.launchAtLogin = checked }
+                }
+                SettingsWindowSwitchRow {
+                    objectName: "showWelcome"
+                    Layout.fillWidth: true
+                    text: "Show welcome screen on launch"
+                    value: settingsWindow.showWelcomeOnLaunch
+                    onToggledTo: function(checked) { settingsWindow.showWelcomeOnLaunch = checked }
+                }
+                SettingsWindowSwitchRow {
+                    objectName: "analytics"
+                    Layout.fillWidth: true
+                    text: "Send anonymous usage data"
+                    help: "Helps improve Tembrel. No text or personal data is ever sent."
+                    value: settings.analyticsEnabled
+                    onToggledTo: function(checked) { settings.analyticsEnabled = checked }
+                }
+                SettingsWindowSwitchRow {
+                    objectName: "hideDockIcon"
+                    Layout.fillWidth: true
+                    text: settingsWindow.hideDockIconLabel
+                    help: settingsWindow.hideDockIconHelp
+                    value: settings.hideDockIcon
+                    onToggledTo: function(checked) { settings.hideDockIcon = checked }
+                }
+            }
+
+            SettingsWindowSection {
+                Layout.fillWidth: true
+                ModesSection {
+                    objectName: "modesSection"
+                    Layout.fillWidth: true
+                    modes: modesModel
+                }
+            }
+
+            SettingsWindowSection {
+                Layout.fillWidth: true
+                title: "History"
+                SettingsWindowSwitchRow {
+                    objectName: "historyEnabled"
+                    Layout.fillWidth: true
+                    text: "Save tembrel history"
+                    value: history.isEnabled
+                    onToggledTo: function(checked) { history.isEnabled = checked }
+                }
+                Label {
+                    objectName: "historySummary"
+                    text: settingsWindow.historySummary
+                    color: pal.windowText
+                    opacity: 0.75
+                }
+                RowLayout {
+                    Button {
+                        objectName: "viewHistory"
+                        text: "View History"
+                        onClicked: settingsWindow.viewHistory()
+                    }
+                    Button {
+                        objectName: "clearHistory"
+                        text: "Clear History"
+                        onClicked: clearConfirm.open()
+                    }
+                }
+            }
+
+            SettingsWindowSection {
+                Layout.fillWidth: true
+                title: "Advanced"
+                SettingsWindowSwitchRow {
+                    objectName: "customEndpoint"
+                    Layout.fillWidth: true
+                    text: "Use custom endpoint"
+                    help: "Use your own OpenAI-compatible API instead of Tembrel's server."
+                    value: settings.useCustomEndpoint
+                    onToggledTo: function(checked) { settings.useCustomEndpoint = checked }
+                }
+                // The fields exist only while the switch is on; the stores keep their values.
+                Loader {
+                    objectName: "endpointFieldsLoader"
+                    Layout.fillWidth: true
+                    active: settings.useCustomEndpoint
+                    visible: active
+                    sourceComponent: endpointFields
+                }
+                SettingsWindowSwitchRow {
+                    objectName: "betaUpdates"
+                    Layout.fillWidth: true
+                    text: "Receive beta updates"
+                    help: "Get early access to new features. Beta versions may have bugs."
+                    value: settings.receiveBetaUpdates
+                    onToggledTo: function(checked) { settings.receiveBetaUpdates = checked }
+                }
+            }
+        }
+    }
+
+    Component {
+        id: endpointFields
+        ColumnLayout {
+            spacing: 4
+            Label { text: "API URL"; color: pal.windowText }
+            TextField {
+                objectName: "apiUrlField"
+                Layout.fillWidth: true
+                text: settings.customAPIURL
+                placeholderText: settingsWindow.exampleApiUrl
+                onTextEdited: { settings.customAPIURL = text; connectionTest.reset() }
+            }
+            SettingsWindowHelp { text: "Base URL for your OpenAI-compatible API, e.g. " + settingsWindow.exampleApiUrl }
+
+            Label { text: "API Key (optional)"; color: pal.windowText; Layout.topMargin: 6 }
+            TextField {
+                id: keyField
+                objectName: "apiKeyField"
+                Layout.fillWidth: true
+                echoMode: TextInput.Password
+                text: settingsWindow.apiKey
+                placeholderText: "sk-..."
+                onTextEdited: { settingsWindow.setApiKeyText(text); connectionTest.reset() }
+            }
+            SettingsWindowHelp { text: "Stored securely in your Keychain." }
+            Label {
+                objectName: "apiKeyError"
+                visible: text.length > 0
+                text: settingsWindow.apiKeyError
+                color: "#d0312d"
+                font.pointSize: 8
+                Layout.fillWidth: true
+                wrapMode: Text.WordWrap
+            }
+
+            Label { text: "Model (optional)"; color: pal.windowText; Layout.topMargin: 6 }
+            TextField {
+                objectName: "modelField"
+                Layout.fillWidth: true
+                text: settings.customModelID
+                placeholderText: "gpt-4o"
+                onTextEdited: { settings.customModelID = text; connectionTest.reset() }
+            }
+            SettingsWindowHelp { text: "Model ID to use for text processing." }
+
+            ConnectionTestButton {
+                Layout.topMargin: 6
+                Layout.fillWidth: true
+                testState: connectionTest
+                canTest: settings.customAPIURL.trim().length > 0
+                onTestRequested: connectionTest.test(settings.customAPIURL, keyField.text, settings.customModelID)
+            }
+        }
+    }
+
+    SettingsWindowConfirm {
+        id: clearConfirm
+        objectName: "clearHistoryConfirm"
+        parent: Overlay.overlay
+        title: "Clear all history?"
+        message: settingsWindow.clearHistoryMessage
+        confirmText: "Clear History"
+        onConfirmed: settingsWindow.clearHistory()
+    }
+}
