@@ -2,6 +2,7 @@
 
 #include "engines/ApiKeyStore.h"
 
+#include <QKeyEvent>
 #include <QQuickWindow>
 #include <QTest>
 
@@ -112,10 +113,13 @@ bool SettingsWindowDriver::isShown(const QString& objectName) const
 
 void SettingsWindowDriver::keyPress(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    QTest::keyPress(window(), key, modifiers);
+    // One event per physical key, as X11 delivers them; QTest would add modifier presses of its own.
+    QKeyEvent event(QEvent::KeyPress, key, modifiers);
+    QCoreApplication::sendEvent(window(), &event);
 }
 
 void SettingsWindowDriver::keyRelease(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-    QTest::keyRelease(window(), key, modifiers);
+    QKeyEvent event(QEvent::KeyRelease, key, modifiers);
+    QCoreApplication::sendEvent(window(), &event);
 }
