@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 
 // Tembrel's mark while a fix runs: three dots that rise and brighten in turn.
 Row {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 
 // A ring that empties clockwise from the top as the countdown runs out.
 Canvas {

@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 
 // The footer of the no-changes and error views: only the dismiss hint.
 Item {

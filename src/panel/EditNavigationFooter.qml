@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // The success footer: which edit is highlighted with previous/next, and the key hints.

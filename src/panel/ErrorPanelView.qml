@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // A failed fix: what went wrong in words the user can act on, with retry and dismiss.

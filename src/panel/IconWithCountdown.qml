@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 
 // The phase's icon inside the countdown ring.
 Item {

@@ -28,7 +28,7 @@ public:
     static constexpr int fadeMilliseconds = 150;
 
     /// `keyMonitor` watches other applications' keys; without one only Tembrel's own windows are watched.
-    InlineDiffPanelController(Workspace& workspace, KeyMonitor* keyMonitor, QObject* parent = nullptr);
+    explicit InlineDiffPanelController(Workspace& workspace, KeyMonitor* keyMonitor = nullptr, QObject* parent = nullptr);
     ~InlineDiffPanelController() override;
 
     /// Sets the phase and brings the panel in (again), fading from transparent.

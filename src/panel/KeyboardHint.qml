@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // A key cap followed by what the key does: "[Esc] to dismiss".

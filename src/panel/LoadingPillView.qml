@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // The compact pill shown while a fix runs.

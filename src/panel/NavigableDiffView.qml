@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // The word diff of the plain texts as styled text: scrollable, with the current edit framed and

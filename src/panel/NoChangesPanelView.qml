@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // A fix that left the text as it was: the note, how long it took, and the dismiss hint.

@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 
 // The panel's rounded background: slightly translucent where a compositor blends it, opaque
 // otherwise (the controller then clips the window to this shape).

@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls.impl
 
 // An icon from the desktop's icon theme by its freedesktop name, else Tembrel's own drawing,

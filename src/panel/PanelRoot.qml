@@ -22,14 +22,14 @@ Item {
     readonly property bool loading: model.phase === PanelViewModel.Loading
 
     PanelTheme {
-        id: theme
+        id: panelTheme
         dark: root.dark
         translucent: root.translucent
     }
 
     PanelBackground {
         id: background
-        theme: theme
+        theme: panelTheme
         anchors.horizontalCenter: parent.horizontalCenter
         y: 0
         width: root.loading ? (content.item ? content.item.implicitWidth : 0) : root.width
@@ -56,18 +56,18 @@ Item {
 
     Component {
         id: loadingPill
-        LoadingPillView { theme: theme }
+        LoadingPillView { theme: panelTheme }
     }
     Component {
         id: success
-        SuccessPanelView { model: root.model; theme: theme; maximumHeight: root.height }
+        SuccessPanelView { model: root.model; theme: panelTheme; maximumHeight: root.height }
     }
     Component {
         id: noChanges
-        NoChangesPanelView { model: root.model; theme: theme }
+        NoChangesPanelView { model: root.model; theme: panelTheme }
     }
     Component {
         id: error
-        ErrorPanelView { model: root.model; theme: theme }
+        ErrorPanelView { model: root.model; theme: panelTheme }
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 
 // The panel's colours and type sizes in the light and the dark appearance.
 QtObject {

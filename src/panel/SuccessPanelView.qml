@@ -1,4 +1,5 @@
 import QtQuick
+import Tembrel
 import QtQuick.Controls
 
 // The result of a fix that changed the text: the header, the diff with the current edit
