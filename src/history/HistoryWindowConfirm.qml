@@ -14,7 +14,6 @@ Popup {
     signal confirmed()
     signal cancelled()
 
-    parent: Overlay.overlay
     anchors.centerIn: parent
     width: 340
     modal: true
@@ -25,7 +24,6 @@ Popup {
     // Escape closes the sheet without the model knowing; that is a cancel.
     onClosed: if (shown) cancelled()
 
-    Overlay.modal: Rectangle { color: sheet.theme.scrim }
 
     background: Rectangle {
         radius: 12
@@ -39,7 +37,7 @@ Popup {
 
         Text {
             objectName: "confirmTitle"
-            width: parent.width
+            width: sheet.availableWidth
             text: sheet.title
             color: sheet.theme.text
             font.pixelSize: sheet.theme.titleSize
@@ -48,7 +46,7 @@ Popup {
         }
         Text {
             objectName: "confirmMessage"
-            width: parent.width
+            width: sheet.availableWidth
             text: sheet.message
             color: sheet.theme.secondaryText
             font.pixelSize: sheet.theme.bodySize

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QPalette>
 #include <QPropertyAnimation>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
@@ -91,6 +92,9 @@ void HistoryWindowController::build()
     connect(&m_modes, &ModeManager::modesChanged, m_model.get(), &HistoryWindowModel::shortcutHintChanged);
 
     m_window = std::make_unique<QQuickView>();
+    // The Tembrel module's QML files sit in folders under qrc:/Tembrel; a view in one folder
+    // reaches the others' types (the diff web view) through the module's qmldir.
+    m_window->engine()->addImportPath(QStringLiteral("qrc:/"));
     m_window->setTitle(QStringLiteral("Tembrel History"));
     m_window->setResizeMode(QQuickView::SizeRootObjectToView);
     m_window->setMinimumSize(QSize(minimumWidth, minimumHeight));

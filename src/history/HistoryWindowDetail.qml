@@ -32,13 +32,18 @@ Item {
         anchors.margins: 16
         height: 30
 
-        Row {
-            objectName: "headerLine"
+        Item {
             anchors.left: parent.left
             anchors.right: traceButton.left
+            anchors.rightMargin: 10
+            anchors.top: parent.top
+            anchors.bottom: parent.bottom
+            clip: true
+
+        Row {
+            objectName: "headerLine"
             anchors.verticalCenter: parent.verticalCenter
             spacing: 6
-            clip: true
 
             Repeater {
                 model: detail.history.headerParts
@@ -61,6 +66,7 @@ Item {
                     }
                 }
             }
+        }
         }
 
         HistoryWindowButton {
