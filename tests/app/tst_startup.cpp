@@ -10,6 +10,7 @@
 #include "../analytics/AnalyticsWire.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QSettings>
 #include <QTest>
 
@@ -146,6 +147,8 @@ private Q_SLOTS:
 
     void init()
     {
+        // Each case is a fresh installation: no events queued by an earlier launch.
+        QVERIFY(QDir(m_env.dataHome() + QStringLiteral("/Tembrel/analytics")).removeRecursively());
         resetDefaults();
         m_analyticsServer.clearRequests();
     }
