@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Tembrel
 
 // "Add Mode": a name, a prompt and an optional shortcut for a new custom mode.
 Dialog {
     id: sheet
-    property var modes: null
+    property ModesModel modes: null
 
     objectName: "addModeSheet"
     title: "Add Mode"
@@ -62,6 +63,9 @@ Dialog {
         }
     }
     onAccepted: {
+        // Adding while a shortcut is still settling keeps the keys pressed so far.
+        if (recorderField.recorder.isRecording)
+            recorderField.recorder.stopRecording()
         const hk = recorderField.hotkey
         modes.addMode(nameField.text, promptField.text, recorderField.hasHotkey,
                       hk.keyCode, hk.modifierFlagsRawValue)

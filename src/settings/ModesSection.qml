@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Tembrel
 
 // The modes of the settings window in catalogue order, with "Add Mode" and "Reset All Modes".
 ColumnLayout {
     id: section
-    property var modes: null
+    property ModesModel modes: null
 
     spacing: 8
     SystemPalette { id: pal }

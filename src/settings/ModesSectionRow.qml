@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Tembrel
 
 // One mode in the settings window: name, description, enabled switch and shortcut; the prompt
 // editor opens below it. Every edit is written at once.
@@ -17,7 +18,7 @@ Rectangle {
     required property bool isBuiltIn
     required property bool hasDefaultPrompt
     required property string defaultPrompt
-    property var modes: null
+    property ModesModel modes: null
     property bool expanded: false
     signal deleteRequested(string modeId, string name)
 

@@ -14,9 +14,14 @@ Dialog {
     width: Math.min(320, parent ? parent.width - 40 : 320)
     closePolicy: Popup.CloseOnEscape
 
-    contentItem: Label {
-        id: messageLabel
-        wrapMode: Text.WordWrap
+    contentItem: ColumnLayout {
+        Label {
+            id: messageLabel
+            // A small preferred width: the dialog's width decides, and the wrapped height follows.
+            Layout.fillWidth: true
+            Layout.preferredWidth: 1
+            wrapMode: Text.WordWrap
+        }
     }
     footer: DialogButtonBox {
         Button {

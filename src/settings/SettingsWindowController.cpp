@@ -223,7 +223,10 @@ void SettingsWindowController::clearHistory()
 
 QCoro::Task<> SettingsWindowController::loadApiKey()
 {
+    QPointer<SettingsWindowController> self(this);
     const std::optional<QString> key = co_await m_settings.apiKey();
+    if (!self)
+        co_return; // the keyring answered after the controller was gone
     // Typing while the keyring answered wins over what it had.
     if (m_keyToWrite || m_writingKey)
         co_return;
@@ -246,7 +249,10 @@ QCoro::Task<> SettingsWindowController::writeApiKeys()
     m_writingKey = true;
     while (m_keyToWrite) {
         const QString key = *std::exchange(m_keyToWrite, std::nullopt);
+        QPointer<SettingsWindowController> self(this);
         const std::optional<ApiKeyStoreError> error = co_await m_settings.setApiKey(key);
+        if (!self)
+            co_return;
         const QString message = error ? error->message() : QString();
         if (message != m_apiKeyError) {
             m_apiKeyError = message;

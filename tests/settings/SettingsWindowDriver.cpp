@@ -80,8 +80,9 @@ bool SettingsWindowDriver::click(const QString& objectName)
     }
     scrollIntoView(target);
     QTest::qWait(20);
-    const QPointF centre = target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
-    QTest::mouseClick(window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+    // Near the top of tall items (a prompt editor), whose centre may lie outside the window.
+    const QPointF centre = target->mapToScene(QPointF(target->width() / 2, std::min<qreal>(target->height() / 2, 12)));
+    QTest::mouseClick(static_cast<QWindow*>(window()), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
     QTest::qWait(20);
     return true;
 }
@@ -93,10 +94,11 @@ bool SettingsWindowDriver::type(const QString& objectName, const QString& text)
     QQuickItem* field = item(objectName);
     if (!QTest::qWaitFor([field] { return field->hasActiveFocus(); }, 2000))
         return false;
-    QTest::keyClick(window(), Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClick(window(), Qt::Key_Delete);
-    if (!text.isEmpty())
-        QTest::keyClicks(window(), text);
+    QTest::keyClick(static_cast<QWindow*>(window()), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(static_cast<QWindow*>(window()), Qt::Key_Delete);
+    // QTest types strings only into widgets; a window gets them key by key (ASCII is enough here).
+    for (const QChar c : text)
+        QTest::keyClick(static_cast<QWindow*>(window()), c.toLatin1());
     return true;
 }
 
