@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QApplication>
 #include <QPainter>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
@@ -125,6 +127,27 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QTest::keyClick(&window, Qt::Key(key), Qt::KeyboardModifiers(modifiers));
         QTRY_COMPARE(chosen.size(), 1);
+    }
+
+    void withATrayTheIconShowsWithoutComplaint()
+    {
+        // A real XEmbed tray on this display, when the machine has one to start.
+        const QString trayer = QStandardPaths::findExecutable(QStringLiteral("trayer"));
+        if (trayer.isEmpty())
+            QSKIP("trayer is not installed");
+        QProcess tray;
+        tray.start(trayer, {QStringLiteral("--edge"), QStringLiteral("top"), QStringLiteral("--SetDockType"),
+                            QStringLiteral("true")});
+        QVERIFY(tray.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(QSystemTrayIcon::isSystemTrayAvailable(), 10000);
+        {
+            StatusMenu status;
+            QVERIFY(status.show());
+            QTRY_VERIFY(status.trayIcon().geometry().isValid() && !status.trayIcon().geometry().isEmpty());
+        }
+        tray.terminate();
+        tray.waitForFinished(3000);
+        QTRY_VERIFY_WITH_TIMEOUT(!QSystemTrayIcon::isSystemTrayAvailable(), 10000);
     }
 
     void withoutATrayItSaysSoAndCarriesOn()
