@@ -32,7 +32,6 @@ ColumnLayout {
         Button {
             objectName: "resetModesButton"
             text: "Reset All Modes"
-            flat: true
             onClicked: resetConfirm.open()
         }
     }

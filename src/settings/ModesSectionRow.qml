@@ -80,7 +80,6 @@ Rectangle {
                 objectName: row.objectName + "Edit"
                 Layout.alignment: Qt.AlignTop
                 text: row.expanded ? "Done" : "Edit"
-                flat: true
                 onClicked: row.expanded = !row.expanded
             }
         }
@@ -105,6 +104,7 @@ Rectangle {
                     objectName: row.objectName + "Prompt"
                     text: row.prompt
                     wrapMode: TextEdit.Wrap
+                    color: pal.text
                     font.pointSize: 8
                     onTextChanged: if (text !== row.prompt) row.modes.setPrompt(row.modeId, text)
                 }

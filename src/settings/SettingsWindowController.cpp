@@ -210,6 +210,11 @@ QString SettingsWindowController::exampleApiUrl() const
     return SettingsWindowTexts::exampleApiUrl;
 }
 
+QString SettingsWindowController::apiKeyHelp() const
+{
+    return SettingsWindowTexts::apiKeyHelp;
+}
+
 void SettingsWindowController::viewHistory()
 {
     if (m_onViewHistory)

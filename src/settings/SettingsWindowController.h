@@ -37,6 +37,7 @@ class SettingsWindowController : public QObject
     Q_PROPERTY(QString hideDockIconLabel READ hideDockIconLabel CONSTANT)
     Q_PROPERTY(QString hideDockIconHelp READ hideDockIconHelp CONSTANT)
     Q_PROPERTY(QString exampleApiUrl READ exampleApiUrl CONSTANT)
+    Q_PROPERTY(QString apiKeyHelp READ apiKeyHelp CONSTANT)
     Q_PROPERTY(QString apiKey READ apiKey NOTIFY apiKeyChanged)
     Q_PROPERTY(QString apiKeyError READ apiKeyError NOTIFY apiKeyErrorChanged)
 
@@ -76,6 +77,7 @@ public:
     [[nodiscard]] QString hideDockIconLabel() const;
     [[nodiscard]] QString hideDockIconHelp() const;
     [[nodiscard]] QString exampleApiUrl() const;
+    [[nodiscard]] QString apiKeyHelp() const;
     /// The key as read from the keyring when the window was built, then as typed.
     [[nodiscard]] QString apiKey() const { return m_apiKey; }
     /// Why the keyring refused the last save; empty when it worked.

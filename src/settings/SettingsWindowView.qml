@@ -225,7 +225,7 @@ Page {
                 placeholderText: "sk-..."
                 onTextEdited: { settingsWindow.setApiKeyText(text); connectionTest.reset() }
             }
-            SettingsWindowHelp { text: "Stored securely in your Keychain." }
+            SettingsWindowHelp { text: settingsWindow.apiKeyHelp }
             Label {
                 objectName: "apiKeyError"
                 visible: text.length > 0
