@@ -10,6 +10,7 @@
 #include <QPainterPath>
 #include <QPalette>
 #include <QPropertyAnimation>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QRegion>
@@ -173,6 +174,8 @@ void InlineDiffPanelController::ensureWindow()
     m_window->setTitle(QStringLiteral("Tembrel"));
     m_window->setResizeMode(QQuickView::SizeRootObjectToView);
     m_window->setColor(Qt::transparent);
+    // The Tembrel module lives at qrc:/Tembrel: its views find each other across folders there.
+    m_window->engine()->addImportPath(QStringLiteral("qrc:/"));
     m_window->setInitialProperties({{QStringLiteral("model"), QVariant::fromValue(&m_viewModel)}});
     m_window->setSource(QUrl(QStringLiteral("qrc:/Tembrel/panel/PanelRoot.qml")));
     if (m_window->status() == QQuickView::Error) {

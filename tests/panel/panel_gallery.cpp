@@ -32,7 +32,7 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        painter.fillRect(rect(), color);
+        painter.fillRect(QRect(QPoint(), size()), color);
     }
 };
 

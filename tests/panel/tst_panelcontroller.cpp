@@ -9,6 +9,11 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <X11/Xlib.h>
+// Xlib's event-type macros collide with Qt's enumerators.
+#undef KeyPress
+#undef KeyRelease
+#undef FocusIn
+#undef FocusOut
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
 

@@ -96,7 +96,7 @@ private Q_SLOTS:
         click(harness, QStringLiteral("nextEdit"));
         QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("3 of 3"));
         // The last edit is far below the first screenful: the view scrolled to it.
-        QVERIFY(frame->y() > text->height() / 2);
+        QTRY_VERIFY(frame->y() > text->height() / 2);
         QTRY_VERIFY(frameOnScreen());
     }
 
