@@ -18,7 +18,7 @@ build_packages=(
 )
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
-  chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc
+  chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc trayer
 )
 
 wanted=("${build_packages[@]}")

@@ -4,6 +4,7 @@
 #include "analytics/AnalyticsVocabulary.h"
 #include "capture/ClipboardManager.h"
 #include "capture/SelectionManager.h"
+#include "diff/HtmlDiffWarmup.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
 #include "panel/InlineDiffPanelController.h"
@@ -25,6 +26,10 @@ QCoro::Task<std::optional<CapturedContent>> SelectionAdapter::captureSelection()
     const std::optional<ClipboardContent> content = co_await m_selection.captureSelection();
     if (!content)
         co_return std::nullopt;
+    // A rich result is shown in the web view, which takes a while to start: start it now so it
+    // gets ready while the language model works.
+    if (content->sourceFormat != SourceFormat::plainText)
+        HtmlDiffWarmup::begin();
     co_return content->toCaptured();
 }
 

@@ -15,11 +15,13 @@
 #include "engines/CloudEngine.h"
 #include "engines/CustomOpenAIEngine.h"
 #include "history/HistoryManager.h"
+#include "history/HistoryWindowController.h"
 #include "modes/HotkeyManager.h"
 #include "modes/ModeManager.h"
 #include "panel/InlineDiffPanelController.h"
 #include "platform/PlatformServices.h"
 #include "settings/SettingsManager.h"
+#include "settings/SettingsWindowController.h"
 #include "settings/UsageStatsManager.h"
 
 #include <QCoreApplication>
@@ -158,15 +160,27 @@ void TembrelApp::reportLaunch()
 
 void TembrelApp::showSettings()
 {
-    if (!isSignalConnected(QMetaMethod::fromSignal(&TembrelApp::showSettingsRequested)))
-        qCInfo(lcApp) << "Settings requested; this build has no settings window yet";
+    // The windows come into being on first use: a user who only fixes text never pays for them.
+    if (!m_settingsWindow && m_platform->loginItem) {
+        m_settingsWindow = std::make_unique<SettingsWindowController>(*m_settings, *m_modes, *m_history,
+                                                                      *m_platform->loginItem, m_defaults);
+        TaskbarPolicy* taskbar = &m_taskbar;
+        m_settingsWindow->setWindowCreatedHandler([taskbar](QWindow* window) { taskbar->manage(window); });
+        m_settingsWindow->setViewHistoryHandler([this] { showHistory(); });
+    }
+    if (m_settingsWindow)
+        m_settingsWindow->show();
     Q_EMIT showSettingsRequested();
 }
 
 void TembrelApp::showHistory()
 {
-    if (!isSignalConnected(QMetaMethod::fromSignal(&TembrelApp::showHistoryRequested)))
-        qCInfo(lcApp) << "History requested; this build has no history window yet";
+    if (!m_historyWindow) {
+        AnalyticsManager* analytics = m_analytics.get();
+        m_historyWindow = std::make_unique<HistoryWindowController>(
+            *m_history, *m_modes, [analytics] { return analytics->distinctId(); }, &m_taskbar);
+    }
+    m_historyWindow->show();
     Q_EMIT showHistoryRequested();
 }
 

@@ -1,11 +1,11 @@
 #include "app/SingleInstance.h"
 #include "app/TembrelApp.h"
 #include "core/Logging.h"
+#include "diff/HtmlDiffWarmup.h"
 #include "platform/PlatformServices.h"
 
 #include <QApplication>
 #include <QtQml/qqmlextensionplugin.h>
-#include <QtWebEngineQuick/qtwebenginequickglobal.h>
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
 
@@ -14,7 +14,7 @@ int main(int argc, char* argv[])
     // The web engine shares OpenGL contexts with Qt Quick, and both must be set up before the
     // application object exists.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    QtWebEngineQuick::initialize();
+    HtmlDiffWarmup::initializeEngine();
 
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Tembrel"));

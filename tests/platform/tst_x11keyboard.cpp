@@ -6,6 +6,8 @@
 
 #include <QCoro/QCoroTask>
 
+#include "modes/HotkeyManager.h"
+#include "modes/Mode.h"
 #include "platform/x11/X11GlobalShortcuts.h"
 #include "platform/x11/X11KeyMonitor.h"
 #include "platform/x11/X11KeySender.h"
@@ -250,6 +252,57 @@ private Q_SLOTS:
         m_keyboard.up(XK_Escape);
         QTest::qWait(100);
         QCOMPARE(seen.size(), 2);
+    }
+
+    void builtInModesWithLocksOnDeliverTheirIds()
+    {
+        X11GlobalShortcuts shortcuts;
+        HotkeyManager manager(shortcuts);
+        QList<Mode> modes = ModeCatalogue::defaultModes();
+        for (Mode& mode : modes)
+            mode.isEnabled = true;
+        modes[0].isEnabled = false;
+        QList<QUuid> delivered;
+        manager.onModeTriggered = [&](const QUuid& id) { delivered << id; };
+        manager.registerModeHotkeys(modes);
+        QCOMPARE(manager.registrationCount(), 3);
+
+        // NumLock and CapsLock on: the grabs must still match.
+        for (KeySym lock : {XK_Num_Lock, XK_Caps_Lock}) {
+            m_keyboard.down(lock);
+            m_keyboard.up(lock);
+        }
+        const QList<KeySym> keys{XK_s, XK_p, XK_l, XK_b};
+        for (KeySym key : keys) {
+            m_keyboard.down(XK_Control_L);
+            m_keyboard.down(XK_Shift_L);
+            m_keyboard.down(key);
+            m_keyboard.up(key);
+            m_keyboard.up(XK_Shift_L);
+            m_keyboard.up(XK_Control_L);
+            QTest::qWait(50);
+        }
+        for (KeySym lock : {XK_Num_Lock, XK_Caps_Lock}) {
+            m_keyboard.down(lock);
+            m_keyboard.up(lock);
+        }
+        QTRY_COMPARE(delivered, (QList<QUuid>{modes[1].id, modes[2].id, modes[3].id}));
+
+        // A catalogue change re-registers with fresh ids and drops the old grabs: Ctrl+Shift+P
+        // reaches the application again once its mode is off.
+        modes[1].isEnabled = false;
+        delivered.clear();
+        manager.registerModeHotkeys(modes);
+        QCOMPARE(manager.registrationCount(), 2);
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_p);
+        m_keyboard.up(XK_p);
+        m_keyboard.up(XK_Shift_L);
+        m_keyboard.up(XK_Control_L);
+        QTRY_VERIFY(std::any_of(m_recorder->pressed.cbegin(), m_recorder->pressed.cend(),
+                                [](const KeyRecorder::Key& k) { return k.key == Qt::Key_P; }));
+        QVERIFY(delivered.isEmpty());
     }
 
     void focusedApplicationIsNamed()
