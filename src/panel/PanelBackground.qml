@@ -8,5 +8,6 @@ Rectangle {
     color: theme.background
     border.color: theme.border
     border.width: 1
-    antialiasing: true
+    // Soft edges blend with black where nothing composites them; the window mask cuts the corners.
+    antialiasing: theme.translucent
 }

@@ -9,7 +9,9 @@ QtObject {
     readonly property color background: dark
         ? (translucent ? Qt.rgba(0.16, 0.165, 0.18, 0.97) : "#292a2e")
         : (translucent ? Qt.rgba(0.985, 0.985, 0.99, 0.97) : "#fafafb")
-    readonly property color border: dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.14)
+    // Without a compositor the window's transparent pixels show black: the edge is drawn opaque.
+    readonly property color border: translucent ? (dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.14))
+                                                : (dark ? "#4a4b50" : "#d2d3d6")
     readonly property color separator: dark ? Qt.rgba(1, 1, 1, 0.10) : Qt.rgba(0, 0, 0, 0.08)
     readonly property color text: dark ? "#f1f3f4" : "#202124"
     readonly property color secondaryText: dark ? "#a8adb3" : "#5f6368"
