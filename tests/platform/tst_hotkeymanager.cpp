@@ -29,6 +29,7 @@ class HotkeyManagerTest : public QObject
 private Q_SLOTS:
     void init()
     {
+        m_manager.reset(); // it still refers to the previous test's shortcuts
         m_services = createFakePlatformServices(&m_fake);
         m_manager = std::make_unique<HotkeyManager>(*m_services->shortcuts);
     }
