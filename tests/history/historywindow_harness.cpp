@@ -83,7 +83,7 @@ int main(int argc, char** argv)
     QQuickView* view = controller.window();
     bool swapped = false;
     QObject::connect(view, &QQuickWindow::frameSwapped, view, [&] { swapped = true; });
-    QTest::qWaitFor([&] { return swapped; }, 5000);
+    (void)QTest::qWaitFor([&] { return swapped; }, 5000);
     report("open window: build and show", built);
     report("open window: to first frame", timer.nsecsElapsed() / 1e6);
 

@@ -121,7 +121,7 @@ int measure()
         1.0));
     bool swapped = false;
     QObject::connect(harness.controller->window(), &QQuickWindow::frameSwapped, [&] { swapped = true; });
-    QTest::qWaitFor([&] { return swapped; }, 10000);
+    (void)QTest::qWaitFor([&] { return swapped; }, 10000);
     const qint64 firstFrame = timer.elapsed();
     QTest::qWait(1000);
     qInfo("backend %s: first frame %lld ms, peak %.0f MB", qgetenv("QT_QUICK_BACKEND").isEmpty() ? "default" : qgetenv("QT_QUICK_BACKEND").constData(),
@@ -152,7 +152,7 @@ int main(int argc, char* argv[])
             PanelViewHarness harness;
             harness.fakes.workspace->compositor = false; // what Xvfb really offers
             harness.controller->show(scene.phase);
-            QTest::qWaitFor([&] { return scene.ready(harness); }, 15000);
+            (void)QTest::qWaitFor([&] { return scene.ready(harness); }, 15000);
             if (scene.phase.result.fixedHTML)
                 QTest::qWait(1500); // the page scrolls to its first edit and settles
             QTest::qWait(400);
@@ -166,7 +166,7 @@ int main(int argc, char* argv[])
                                QStringLiteral("%1x%2+%3+%4").arg(shot.width()).arg(shot.height()).arg(shot.x()).arg(shot.y()),
                                QStringLiteral("+repage"), file});
             harness.controller->dismiss();
-            QTest::qWaitFor([&] { return !harness.controller->isVisible(); }, 2000);
+            (void)QTest::qWaitFor([&] { return !harness.controller->isVisible(); }, 2000);
         }
     }
     return 0;
