@@ -1,5 +1,7 @@
 #include "analytics/AnalyticsVocabulary.h"
 
+#include "core/TextFixError.h"
+
 namespace Analytics {
 
 namespace {
@@ -26,14 +28,8 @@ QString textLengthBucket(qint64 characters)
 
 QString failureCategoryText(int code)
 {
-    switch (code) {
-    case 0: return QStringLiteral("network");
-    case 1: return QStringLiteral("rate_limit");
-    case 2: return QStringLiteral("empty_input");
-    case 3: return QStringLiteral("too_long");
-    case 4: return QStringLiteral("processing");
-    default: return QStringLiteral("other");
-    }
+    // The fix pipeline owns the category words; analytics only sends them.
+    return ::failureCategoryText(code);
 }
 
 QString endpointType(bool customEndpoint)
