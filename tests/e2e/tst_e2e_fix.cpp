@@ -203,6 +203,10 @@ private Q_SLOTS:
                                  5000);
         QCOMPARE(focusedWindow(), focusBefore);
         QVERIFY(m_chromium.evaluate(QStringLiteral("document.hasFocus()")).toBool());
+        // The panel says what happened: three planted mistakes, three edits.
+        QTRY_VERIFY_WITH_TIMEOUT(m_appLog.append(m_app.readAll()).contains("Panel header: Copied! \xc2\xb7 3 edits \xc2\xb7 "),
+                                 10000);
+        QVERIFY(!m_appLog.contains("Panel hidden"));
         if (const QString shot = qEnvironmentVariable("TEMBREL_E2E_SCREENSHOT"); !shot.isEmpty())
             QProcess::execute(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
 
@@ -219,6 +223,8 @@ private Q_SLOTS:
                                      .toString()
                                      .contains(QStringLiteral("misspelled")),
                                  10000);
+        // Pasting in the other application took the fixed text, so the panel went away.
+        QTRY_VERIFY_WITH_TIMEOUT(m_appLog.append(m_app.readAll()).contains("Panel hidden"), 5000);
         const QString pasted =
             m_chromium.evaluate(QStringLiteral("document.getElementById('target').innerHTML")).toString();
         QVERIFY2(pasted.contains(QStringLiteral("<b>bold</b>")) || pasted.contains(QStringLiteral("font-weight: 700")),
