@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QScopeGuard>
 #include <QKeyEvent>
 #include <QSignalSpy>
 #include <QTest>
@@ -13,6 +14,7 @@
 #include "platform/x11/X11KeySender.h"
 #include "platform/x11/X11Workspace.h"
 
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
@@ -203,15 +205,25 @@ private Q_SLOTS:
 
     void heldKeyGivesUpTheGrab()
     {
+        // A fast autorepeat keeps repeat presses in flight at the moment the grab is given up.
+        unsigned int delay = 0, interval = 0;
+        XkbGetAutoRepeatRate(m_keyboard.display(), XkbUseCoreKbd, &delay, &interval);
+        XkbSetAutoRepeatRate(m_keyboard.display(), XkbUseCoreKbd, 50, 5);
+        XSync(m_keyboard.display(), False);
+        const auto restoreRate = qScopeGuard([&] {
+            XkbSetAutoRepeatRate(m_keyboard.display(), XkbUseCoreKbd, delay, interval);
+            XSync(m_keyboard.display(), False);
+        });
+
         X11GlobalShortcuts shortcuts;
         X11KeySender sender(&shortcuts);
-        bool pressed = false;
-        shortcuts.setPressHandler([&](quint32) { pressed = true; });
+        int presses = 0;
+        shortcuts.setPressHandler([&](quint32) { ++presses; });
         QCOMPARE(shortcuts.registerShortcut(1, macS, commandShift), GlobalShortcuts::RegistrationError::none);
         m_keyboard.down(XK_Control_L);
         m_keyboard.down(XK_Shift_L);
         m_keyboard.down(XK_s);
-        QTRY_VERIFY(pressed);
+        QTRY_COMPARE(presses, 1);
 
         bool finished = false;
         QCoro::connect(sender.sendCopy(), this, [&](bool) { finished = true; });
@@ -219,6 +231,23 @@ private Q_SLOTS:
         QVERIFY(!shortcuts.isGrabbedKeyHeld());
         QTRY_VERIFY(std::any_of(m_recorder->pressed.cbegin(), m_recorder->pressed.cend(),
                                 [](const KeyRecorder::Key& k) { return k.key == Qt::Key_C; }));
+
+        // The key stays down and keeps repeating: still the first press, not a second fix.
+        QTest::qWait(200);
+        QCOMPARE(presses, 1);
+        QVERIFY(!shortcuts.isGrabbedKeyHeld());
+
+        // Once it is really up, the next press is a new one.
+        m_keyboard.up(XK_s);
+        m_keyboard.up(XK_Shift_L);
+        m_keyboard.up(XK_Control_L);
+        QTest::qWait(150);
+        m_keyboard.down(XK_Control_L);
+        m_keyboard.down(XK_Shift_L);
+        m_keyboard.down(XK_s);
+        QTRY_COMPARE(presses, 2);
+        m_keyboard.up(XK_s);
+        QTRY_VERIFY(!shortcuts.isGrabbedKeyHeld());
     }
 
     void monitorSeesEscapeAndPasteWithoutTakingThem()

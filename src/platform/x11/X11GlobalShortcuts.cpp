@@ -134,9 +134,36 @@ void X11GlobalShortcuts::releaseKeyboardGrab()
         xcb_flush(connection);
     }
     if (m_heldKeycode) {
+        m_abandonedKeycode = m_heldKeycode;
         m_heldKeycode = 0;
+        watchAbandonedKey();
         Q_EMIT grabbedKeyReleased();
     }
+}
+
+void X11GlobalShortcuts::watchAbandonedKey()
+{
+    if (!m_abandonedKeyPoll) {
+        m_abandonedKeyPoll = new QTimer(this);
+        m_abandonedKeyPoll->setInterval(50);
+        connect(m_abandonedKeyPoll, &QTimer::timeout, this, [this] {
+            xcb_connection_t* connection = X11Display::connection();
+            bool down = false;
+            if (connection) {
+                xcb_query_keymap_reply_t* reply =
+                    xcb_query_keymap_reply(connection, xcb_query_keymap(connection), nullptr);
+                if (reply) {
+                    down = reply->keys[m_abandonedKeycode / 8] & (1 << (m_abandonedKeycode % 8));
+                    free(reply);
+                }
+            }
+            if (!down) {
+                m_abandonedKeycode = 0;
+                m_abandonedKeyPoll->stop();
+            }
+        });
+    }
+    m_abandonedKeyPoll->start();
 }
 
 bool X11GlobalShortcuts::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
@@ -155,6 +182,16 @@ bool X11GlobalShortcuts::nativeEventFilter(const QByteArray& eventType, void* me
         if (key->detail == m_heldKeycode) {
             m_heldKeycode = 0;
             Q_EMIT grabbedKeyReleased();
+        }
+        return true;
+    }
+
+    if (key->detail == m_abandonedKeycode) {
+        // An autorepeat press sent while the grab was still active, or one that re-activated it:
+        // the user never let go, so this is not a second fix.
+        if (xcb_connection_t* connection = X11Display::connection()) {
+            xcb_ungrab_keyboard(connection, XCB_CURRENT_TIME);
+            xcb_flush(connection);
         }
         return true;
     }

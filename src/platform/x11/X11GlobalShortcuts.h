@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QObject>
 
+class QTimer;
+
 /// Global shortcuts as passive key grabs on the root window. A grab turns into an active keyboard
 /// grab while its key is held, so the keys of the shortcut reach Tembrel, not the focused window,
 /// until the key is released; `grabbedKeyReleased` tells the key sender when that has happened.
@@ -21,6 +23,7 @@ public:
 
     /// Whether the key of a shortcut is still held, keeping the keyboard grabbed.
     [[nodiscard]] bool isGrabbedKeyHeld() const { return m_heldKeycode != 0; }
+    [[nodiscard]] quint8 heldKeycode() const { return m_heldKeycode; }
     /// Gives up an active keyboard grab at once (used when the user keeps the key held).
     void releaseKeyboardGrab();
 
@@ -41,5 +44,13 @@ private:
     QHash<quint32, Grab> m_grabs;
     std::function<void(quint32)> m_onPress;
     quint8 m_heldKeycode = 0;
+
+    void watchAbandonedKey();
+
+    // The key whose grab was given up while still held: a press of it that was already on its way
+    // (autorepeat) is not a new press. Its release goes to the focused window, not to us, so the
+    // keymap is polled until the key is up.
+    quint8 m_abandonedKeycode = 0;
+    QTimer* m_abandonedKeyPoll = nullptr;
     quint16 m_numLockMask = 0;
 };

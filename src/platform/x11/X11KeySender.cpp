@@ -34,6 +34,12 @@ QCoro::Task<bool> X11KeySender::sendCopy()
         const auto released = co_await qCoro(m_shortcuts, &X11GlobalShortcuts::grabbedKeyReleased, releaseWait);
         if (!released) {
             qCInfo(lcPlatform) << "Shortcut key still held; giving up the keyboard grab";
+            // Released for the server, like the modifiers below, so it stops repeating: a repeat
+            // with the modifiers still down would grab the keyboard again under the Ctrl+C.
+            if (Display* display = X11Display::display()) {
+                XTestFakeKeyEvent(display, m_shortcuts->heldKeycode(), False, CurrentTime);
+                XFlush(display);
+            }
             m_shortcuts->releaseKeyboardGrab();
         }
     }
