@@ -17,26 +17,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("portable");
         QTest::addColumn<quint32>("carbon");
 
-        QTest::newRow("command+shift+S") << 1u << quint64(0x120000) << QString::fromUtf8("⇧⌘S")
-                                         << QStringLiteral("Ctrl+Shift+S") << 0x300u;
-        QTest::newRow("all four, space") << 49u << quint64(0x1E0000) << QString::fromUtf8("⌃⌥⇧⌘Space")
-                                         << QStringLiteral("Super+Ctrl+Alt+Shift+Space") << 0x1B00u;
-        QTest::newRow("symbol order ignores bit order") << 0u << quint64(0x40000 | 0x100000)
-                                                        << QString::fromUtf8("⌃⌘A") << QStringLiteral("Super+Ctrl+A")
-                                                        << 0x1100u;
-        QTest::newRow("option alone") << 12u << quint64(0x80000) << QString::fromUtf8("⌥Q") << QStringLiteral("Alt+Q")
-                                      << 0x800u;
-        QTest::newRow("unnamed code") << 10u << quint64(0x100000) << QString::fromUtf8("⌘Key 10")
-                                      << QStringLiteral("Ctrl+Key 10") << 0x100u;
-        QTest::newRow("no modifiers") << 122u << quint64(0) << QStringLiteral("F1") << QStringLiteral("F1") << 0u;
-        QTest::newRow("other bits ignored") << 1u << quint64(0x120000 | 0x10000 | 0x800000) << QString::fromUtf8("⇧⌘S")
-                                            << QStringLiteral("Ctrl+Shift+S") << 0x300u;
-        QTest::newRow("return") << 36u << quint64(0x100000) << QString::fromUtf8("⌘↩") << QStringLiteral("Ctrl+Return")
-                                << 0x100u;
-        QTest::newRow("keypad enter") << 76u << quint64(0) << QString::fromUtf8("Keypad ↩")
-                                      << QStringLiteral("Keypad Enter") << 0u;
-        QTest::newRow("forward delete") << 117u << quint64(0x20000) << QString::fromUtf8("⇧⌦") << QStringLiteral("Shift+Del")
-                                        << 0x200u;
+        QTest::newRow("command+shift+S") << 1u << quint64(0x120000) << "⇧⌘S" << "Ctrl+Shift+S" << 0x300u;
+        QTest::newRow("all four, space") << 49u << quint64(0x1E0000) << "⌃⌥⇧⌘Space" << "Super+Ctrl+Alt+Shift+Space" << 0x1B00u;
+        QTest::newRow("symbol order ignores bit order") << 0u << quint64(0x40000 | 0x100000) << "⌃⌘A" << "Super+Ctrl+A" << 0x1100u;
+        QTest::newRow("option alone") << 12u << quint64(0x80000) << "⌥Q" << "Alt+Q" << 0x800u;
+        QTest::newRow("unnamed code") << 10u << quint64(0x100000) << "⌘Key 10" << "Ctrl+Key 10" << 0x100u;
+        QTest::newRow("no modifiers") << 122u << quint64(0) << "F1" << "F1" << 0u;
+        QTest::newRow("other bits ignored") << 1u << quint64(0x120000 | 0x10000 | 0x800000) << "⇧⌘S" << "Ctrl+Shift+S" << 0x300u;
+        QTest::newRow("return") << 36u << quint64(0x100000) << "⌘↩" << "Ctrl+Return" << 0x100u;
+        QTest::newRow("keypad enter") << 76u << quint64(0) << "Keypad ↩" << "Keypad Enter" << 0u;
+        QTest::newRow("forward delete") << 117u << quint64(0x20000) << "⇧⌦" << "Shift+Del" << 0x200u;
     }
 
     void display()
@@ -82,76 +72,36 @@ private Q_SLOTS:
         QTEST((Hotkey{keyCode, 0}.keyName()), "name");
     }
 
-    void symbolsAreTheExactCodePoints()
-    {
-        const Hotkey hotkey{126, 0x1E0000};
-        QCOMPARE(hotkey.displayString(),
-                 QString(QChar(0x2303)) + QChar(0x2325) + QChar(0x21E7) + QChar(0x2318) + QChar(0x2191));
-    }
-
     void json_data()
     {
         QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<bool>("decodes");
-        QTest::addColumn<quint32>("keyCode");
-        QTest::addColumn<quint64>("modifiers");
+        QTest::addColumn<QByteArray>("stored"); // the decoded hotkey encoded again; empty: refused
 
-        QTest::newRow("stored form") << QByteArray(R"({"keyCode":1,"modifierFlagsRawValue":1179648})") << true << 1u
-                                     << quint64(1179648);
-        QTest::newRow("extra keys ignored") << QByteArray(R"({"keyCode":35,"modifierFlagsRawValue":0,"x":1})") << true
-                                            << 35u << quint64(0);
-        QTest::newRow("no modifiers key") << QByteArray(R"({"keyCode":1})") << false << 0u << quint64(0);
-        QTest::newRow("no key code") << QByteArray(R"({"modifierFlagsRawValue":1179648})") << false << 0u << quint64(0);
-        QTest::newRow("negative key code") << QByteArray(R"({"keyCode":-1,"modifierFlagsRawValue":0})") << false << 0u
-                                           << quint64(0);
-        QTest::newRow("fractional") << QByteArray(R"({"keyCode":1.5,"modifierFlagsRawValue":0})") << false << 0u
-                                    << quint64(0);
-        QTest::newRow("key code too large") << QByteArray(R"({"keyCode":4294967296,"modifierFlagsRawValue":0})")
-                                            << false << 0u << quint64(0);
-        QTest::newRow("largest key code") << QByteArray(R"({"keyCode":4294967295,"modifierFlagsRawValue":0})") << true
-                                          << 4294967295u << quint64(0);
-        QTest::newRow("string value") << QByteArray(R"({"keyCode":"1","modifierFlagsRawValue":0})") << false << 0u
-                                      << quint64(0);
-        QTest::newRow("null value") << QByteArray(R"({"keyCode":1,"modifierFlagsRawValue":null})") << false << 0u
-                                    << quint64(0);
-        QTest::newRow("array") << QByteArray("[1,1179648]") << false << 0u << quint64(0);
+        const QByteArray stored = R"({"keyCode":1,"modifierFlagsRawValue":1179648})";
+        QTest::newRow("stored form") << stored << stored;
+        QTest::newRow("extra keys ignored") << QByteArray(R"({"keyCode":35,"modifierFlagsRawValue":0,"x":1})")
+                                            << QByteArray(R"({"keyCode":35,"modifierFlagsRawValue":0})");
+        QTest::newRow("largest key code") << QByteArray(R"({"keyCode":4294967295,"modifierFlagsRawValue":0})")
+                                          << QByteArray(R"({"keyCode":4294967295,"modifierFlagsRawValue":0})");
+        QTest::newRow("no modifiers key") << QByteArray(R"({"keyCode":1})") << QByteArray();
+        QTest::newRow("no key code") << QByteArray(R"({"modifierFlagsRawValue":1179648})") << QByteArray();
+        QTest::newRow("negative key code") << QByteArray(R"({"keyCode":-1,"modifierFlagsRawValue":0})") << QByteArray();
+        QTest::newRow("fractional") << QByteArray(R"({"keyCode":1.5,"modifierFlagsRawValue":0})") << QByteArray();
+        QTest::newRow("key code too large") << QByteArray(R"({"keyCode":4294967296,"modifierFlagsRawValue":0})") << QByteArray();
+        QTest::newRow("string value") << QByteArray(R"({"keyCode":"1","modifierFlagsRawValue":0})") << QByteArray();
+        QTest::newRow("null value") << QByteArray(R"({"keyCode":1,"modifierFlagsRawValue":null})") << QByteArray();
+        QTest::newRow("array") << QByteArray("[1,1179648]") << QByteArray();
     }
 
     void json()
     {
         QFETCH(QByteArray, json);
-        QFETCH(bool, decodes);
         const QJsonDocument document = QJsonDocument::fromJson(json);
         const QJsonValue value = document.isObject() ? QJsonValue(document.object()) : QJsonValue(document.array());
         const std::optional<Hotkey> hotkey = Hotkey::fromJson(value);
-        QCOMPARE(hotkey.has_value(), decodes);
-        if (!decodes)
-            return;
-        QTEST(hotkey->keyCode, "keyCode");
-        QTEST(hotkey->modifierFlagsRawValue, "modifiers");
-        QCOMPARE(Hotkey::fromJson(hotkey->toJson()), hotkey);
-    }
-
-    void encodesBothKeysAsNumbers()
-    {
-        const QJsonObject object = Hotkey::commandShift(11).toJson();
-        QCOMPARE(object.keys(), (QStringList{QStringLiteral("keyCode"), QStringLiteral("modifierFlagsRawValue")}));
-        QCOMPARE(object.value(QStringLiteral("keyCode")).toInteger(), 11);
-        QCOMPARE(object.value(QStringLiteral("modifierFlagsRawValue")).toInteger(), 0x120000);
-    }
-
-    void equalityAndHashUseBothFields()
-    {
-        const Hotkey a{1, 0x120000};
-        QVERIFY(a == (Hotkey{1, 0x120000}));
-        QVERIFY(a != (Hotkey{1, 0x120001}));
-        QVERIFY(a != (Hotkey{2, 0x120000}));
-        QCOMPARE(qHash(a), qHash(Hotkey{1, 0x120000}));
-        const HotkeyConfig config{QUuid::createUuid(), true, a};
-        HotkeyConfig other = config;
-        QVERIFY(config == other);
-        other.hotkey.reset();
-        QVERIFY(config != other);
+        QTEST(hotkey ? QJsonDocument(hotkey->toJson()).toJson(QJsonDocument::Compact) : QByteArray(), "stored");
+        if (hotkey)
+            QCOMPARE(Hotkey::fromJson(hotkey->toJson()), hotkey);
     }
 };
 

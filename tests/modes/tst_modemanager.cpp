@@ -1,23 +1,13 @@
 #include "modes/LogCapture.h"
 #include "modes/ModeManager.h"
-#include "support/TestEnvironment.h"
+#include "support/SettingsFile.h"
+#include "support/TestData.h"
 
-#include <QFile>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
-#include <memory>
 
 namespace {
 const QString modesKey = QStringLiteral("modes");
-
-QByteArray fixture(const char* name)
-{
-    QFile file(QStringLiteral(TEMBREL_TEST_DATA_DIR "/modes/") + QString::fromLatin1(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", name);
-    return file.readAll();
-}
 
 QUuid builtIn(int number)
 {
@@ -44,25 +34,10 @@ class TestModeManager : public QObject
     Q_OBJECT
 
     TestEnvironment m_env;
-    int m_run = 0;
-    std::unique_ptr<QSettings> m_settings;
-
-    QString settingsPath() const { return m_env.configHome() + QStringLiteral("/modes-%1.conf").arg(m_run); }
-
-    // A later launch: the settings are read back from the file, as the app would.
-    QSettings& reopen()
-    {
-        m_settings->sync();
-        m_settings = std::make_unique<QSettings>(settingsPath(), QSettings::IniFormat);
-        return *m_settings;
-    }
+    SettingsFile m_settings{m_env, "modes"};
 
 private Q_SLOTS:
-    void init()
-    {
-        ++m_run;
-        m_settings = std::make_unique<QSettings>(settingsPath(), QSettings::IniFormat);
-    }
+    void init() { m_settings.fresh(); }
 
     void firstLaunch()
     {
@@ -72,7 +47,7 @@ private Q_SLOTS:
         QCOMPARE(manager.enabledModes().first().id, builtIn(1));
         QVERIFY(!m_settings->contains(modesKey));
         QCOMPARE(m_settings->value(QStringLiteral("modesMigrationComplete")).toBool(), true);
-        QVERIFY(!reopen().contains(modesKey));
+        QVERIFY(!m_settings.reopen().contains(modesKey));
     }
 
     void mergesMissingBuiltIns_data()
@@ -83,16 +58,15 @@ private Q_SLOTS:
         const Mode a = custom("A0000000-0000-4000-8000-00000000000A");
         const Mode b = custom("B0000000-0000-4000-8000-00000000000B");
 
+        const QUuid one = builtIn(1), two = builtIn(2), three = builtIn(3), four = builtIn(4);
         QTest::newRow("1, 2, then two custom") << QList<Mode>{defaults[0], defaults[1], a, b}
-                                               << QList<QUuid>{builtIn(1), builtIn(2), builtIn(3), builtIn(4), a.id, b.id};
-        QTest::newRow("only built-ins, out of order") << QList<Mode>{defaults[2], defaults[0]}
-                                                      << QList<QUuid>{builtIn(3), builtIn(1), builtIn(2), builtIn(4)};
-        QTest::newRow("custom first") << QList<Mode>{a, defaults[0]}
-                                      << QList<QUuid>{builtIn(2), builtIn(3), builtIn(4), a.id, builtIn(1)};
+                                               << QList<QUuid>{one, two, three, four, a.id, b.id};
+        QTest::newRow("only built-ins, out of order") << QList<Mode>{defaults[2], defaults[0]} << QList<QUuid>{three, one, two, four};
+        QTest::newRow("custom first") << QList<Mode>{a, defaults[0]} << QList<QUuid>{two, three, four, a.id, one};
         QTest::newRow("built-in after custom keeps its place")
-            << QList<Mode>{defaults[1], a, defaults[3]} << QList<QUuid>{builtIn(2), builtIn(1), builtIn(3), a.id, builtIn(4)};
-        QTest::newRow("empty array") << QList<Mode>{} << QList<QUuid>{builtIn(1), builtIn(2), builtIn(3), builtIn(4)};
-        QTest::newRow("complete") << defaults << QList<QUuid>{builtIn(1), builtIn(2), builtIn(3), builtIn(4)};
+            << QList<Mode>{defaults[1], a, defaults[3]} << QList<QUuid>{two, one, three, a.id, four};
+        QTest::newRow("empty array") << QList<Mode>{} << QList<QUuid>{one, two, three, four};
+        QTest::newRow("complete") << defaults << QList<QUuid>{one, two, three, four};
     }
 
     void mergesMissingBuiltIns()
@@ -100,29 +74,29 @@ private Q_SLOTS:
         QFETCH(QList<Mode>, stored);
         const QByteArray data = ModeCatalogue::encode(stored);
         m_settings->setValue(modesKey, data);
-        ModeManager manager(reopen());
+        ModeManager manager(m_settings.reopen());
         QTEST(ids(manager.modes()), "expected");
         QCOMPARE(m_settings->value(modesKey).toByteArray(), data);
     }
 
     void keepsEditedBuiltInsAndDecodesHandWrittenData()
     {
-        m_settings->setValue(modesKey, fixture("builtins-then-custom.json"));
-        ModeManager manager(reopen());
+        m_settings->setValue(modesKey, testData("modes/builtins-then-custom.json"));
+        ModeManager manager(m_settings.reopen());
         QCOMPARE(manager.modes().size(), 6);
         QCOMPARE(manager.modes()[0].prompt, QStringLiteral("My own proofreading prompt."));
         QCOMPARE(manager.modes()[1].isEnabled, true);
         QCOMPARE(manager.modes()[2], ModeCatalogue::defaultModes()[2]);
         QCOMPARE(manager.modes()[4].name, QStringLiteral("Pirate"));
         QCOMPARE(manager.defaultMode().prompt, QStringLiteral("My own proofreading prompt."));
-        QCOMPARE(m_settings->value(modesKey).toByteArray(), fixture("builtins-then-custom.json"));
+        QCOMPARE(m_settings->value(modesKey).toByteArray(), testData("modes/builtins-then-custom.json"));
     }
 
     void undecodableCatalogueFallsBackAndIsKept_data()
     {
         QTest::addColumn<QByteArray>("data");
-        QTest::newRow("entry without isBuiltIn") << fixture("missing-isBuiltIn.json");
-        QTest::newRow("truncated") << fixture("truncated.json");
+        QTest::newRow("entry without isBuiltIn") << testData("modes/missing-isBuiltIn.json");
+        QTest::newRow("truncated") << testData("modes/truncated.json");
         QTest::newRow("not JSON") << QByteArray("\x00\xff garbage", 10);
     }
 
@@ -131,7 +105,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, data);
         m_settings->setValue(modesKey, data);
         LogCapture log("tembrel.ModeManager");
-        ModeManager manager(reopen());
+        ModeManager manager(m_settings.reopen());
         QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
         QVERIFY(!log.lines().isEmpty());
         QCOMPARE(log.lines().first().type, QtCriticalMsg);
@@ -142,14 +116,14 @@ private Q_SLOTS:
 
         // A deliberate change replaces the stored catalogue; the copy stays.
         manager.resetAllModes();
-        QCOMPARE(reopen().value(QStringLiteral("modesUnreadable")).toByteArray(), data);
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("modesUnreadable")).toByteArray(), data);
         QCOMPARE(ModeManager(*m_settings).modes(), ModeCatalogue::defaultModes());
     }
 
     void storedValueOfAnotherTypeMeansNoCatalogue()
     {
         m_settings->setValue(modesKey, QStringLiteral("[]"));
-        ModeManager manager(reopen());
+        ModeManager manager(m_settings.reopen());
         QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
         QCOMPARE(m_settings->value(modesKey).toString(), QStringLiteral("[]"));
     }
@@ -180,7 +154,7 @@ private Q_SLOTS:
         QVERIFY(!added.isBuiltIn);
         QVERIFY(!added.isDefault);
         QVERIFY(!added.defaultPrompt);
-        QCOMPARE(ModeManager(reopen()).modes(), manager.modes());
+        QCOMPARE(ModeManager(m_settings.reopen()).modes(), manager.modes());
     }
 
     void updateKeepsPositionAndSaves()
@@ -199,7 +173,7 @@ private Q_SLOTS:
         manager.updateMode(casual);
         QCOMPARE(changed.count(), 2);
 
-        ModeManager reloaded(reopen());
+        ModeManager reloaded(m_settings.reopen());
         QCOMPARE(reloaded.modes(), manager.modes());
         QCOMPARE(ids(reloaded.enabledModes()), (QList<QUuid>{builtIn(1), builtIn(3)}));
         QCOMPARE(reloaded.mode(builtIn(3))->defaultPrompt, ModeCatalogue::defaultModes()[2].prompt);
@@ -209,15 +183,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("action");
         QTest::addColumn<QString>("line");
-        QTest::newRow("delete built-in") << QStringLiteral("delete-builtin")
-                                         << QStringLiteral("Attempted to delete built-in or non-existent mode: "
-                                                           "00000000-0000-0000-0000-000000000001");
-        QTest::newRow("delete unknown") << QStringLiteral("delete-unknown")
-                                        << QStringLiteral("Attempted to delete built-in or non-existent mode: "
-                                                          "C0FFEE00-0000-4000-8000-000000000000");
-        QTest::newRow("update unknown") << QStringLiteral("update-unknown")
-                                        << QStringLiteral("Attempted to update non-existent mode: "
-                                                          "C0FFEE00-0000-4000-8000-000000000000");
+        const QString deleting = QStringLiteral("Attempted to delete built-in or non-existent mode: ");
+        QTest::newRow("delete built-in") << "delete-builtin" << QString(deleting + QStringLiteral("00000000-0000-0000-0000-000000000001"));
+        QTest::newRow("delete unknown") << "delete-unknown" << QString(deleting + QStringLiteral("C0FFEE00-0000-4000-8000-000000000000"));
+        QTest::newRow("update unknown")
+            << "update-unknown" << QStringLiteral("Attempted to update non-existent mode: C0FFEE00-0000-4000-8000-000000000000");
     }
 
     void refusedChangesAreLogged()
@@ -225,15 +195,15 @@ private Q_SLOTS:
         QFETCH(QString, action);
         ModeManager manager(*m_settings);
         const QList<Mode> before = manager.modes();
-        const QUuid unknown(QStringLiteral("c0ffee00-0000-4000-8000-000000000000"));
+        const char* unknown = "c0ffee00-0000-4000-8000-000000000000";
         QSignalSpy changed(&manager, &ModeManager::modesChanged);
         LogCapture log("tembrel.ModeManager");
         if (action == QLatin1String("delete-builtin"))
             manager.deleteMode(builtIn(1));
         else if (action == QLatin1String("delete-unknown"))
-            manager.deleteMode(unknown);
+            manager.deleteMode(QUuid(QLatin1String(unknown)));
         else
-            manager.updateMode(custom("c0ffee00-0000-4000-8000-000000000000"));
+            manager.updateMode(custom(unknown));
         QCOMPARE(log.lines().size(), 1);
         QCOMPARE(log.lines().first().type, QtCriticalMsg);
         QTEST(log.lines().first().message, "line");
@@ -249,8 +219,9 @@ private Q_SLOTS:
         const QUuid drop = manager.addMode(QStringLiteral("Drop"), QStringLiteral("d"), std::nullopt);
         manager.deleteMode(drop);
         QVERIFY(!manager.mode(drop));
+        QVERIFY(!manager.mode(QUuid()));
         QVERIFY(manager.mode(keep));
-        QCOMPARE(ids(ModeManager(reopen()).modes()).last(), keep);
+        QCOMPARE(ids(ModeManager(m_settings.reopen()).modes()).last(), keep);
     }
 
     void resetRestoresShippedCatalogue()
@@ -266,14 +237,7 @@ private Q_SLOTS:
         manager.updateMode(concise);
         manager.resetAllModes();
         QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
-        QCOMPARE(ModeManager(reopen()).modes(), ModeCatalogue::defaultModes());
-    }
-
-    void unknownIdHasNoMode()
-    {
-        ModeManager manager(*m_settings);
-        QVERIFY(!manager.mode(QUuid::createUuid()));
-        QVERIFY(!manager.mode(QUuid()));
+        QCOMPARE(ModeManager(m_settings.reopen()).modes(), ModeCatalogue::defaultModes());
     }
 
     void modeUsingHotkey()
@@ -338,7 +302,7 @@ private Q_SLOTS:
             m_settings->setValue(QStringLiteral("modesMigrationComplete"), true);
 
         LogCapture log("tembrel.ModeManager");
-        ModeManager manager(reopen());
+        ModeManager manager(m_settings.reopen());
         const Mode primary = manager.defaultMode();
         const QString shipped = ModeCatalogue::defaultModes().first().prompt;
         QCOMPARE(primary.prompt, migrates ? legacyPrompt.toString() : shipped);
@@ -349,7 +313,7 @@ private Q_SLOTS:
             QCOMPARE(log.lines().first(),
                      (LogCapture::Line{QtInfoMsg, QStringLiteral("Migrated custom system prompt to Tembrel mode")}));
         }
-        QCOMPARE(reopen().value(QStringLiteral("modesMigrationComplete")).toString(), QStringLiteral("true"));
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("modesMigrationComplete")).toString(), QStringLiteral("true"));
         // The earlier keys are only read.
         QCOMPARE(m_settings->value(QStringLiteral("customSystemPrompt")).isValid(), legacyPrompt.isValid());
 
@@ -358,7 +322,7 @@ private Q_SLOTS:
         Mode edited = later.defaultMode();
         edited.prompt = QStringLiteral("after");
         later.updateMode(edited);
-        QCOMPARE(ModeManager(reopen()).defaultMode().prompt, QStringLiteral("after"));
+        QCOMPARE(ModeManager(m_settings.reopen()).defaultMode().prompt, QStringLiteral("after"));
     }
 };
 
