@@ -2,35 +2,32 @@
 #include "history/HistoryManager.h"
 #include "history/StdoutCapture.h"
 #include "modes/LogCapture.h"
-#include "support/TestEnvironment.h"
+#include "support/SettingsFile.h"
+#include "support/TestData.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
-#include <memory>
 
 namespace {
-QByteArray fixture(const char* name)
-{
-    QFile file(QStringLiteral(TEMBREL_TEST_DATA_DIR "/history/") + QString::fromLatin1(name));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("missing fixture %s", name);
-    return file.readAll();
-}
-
-FixHistoryEntry draft(const QString& original, const QString& fixed = QStringLiteral("fixed"))
+FixHistoryEntry draft(const QString& original)
 {
     FixHistoryEntry entry;
     entry.originalText = original;
-    entry.fixedText = fixed;
+    entry.fixedText = QStringLiteral("fixed");
     entry.sourceApp = QStringLiteral("Editor");
     entry.traceId = QStringLiteral("T");
     entry.trace = QList<TraceEvent>{{QDateTime::currentDateTime(), QStringLiteral("hotkey_pressed"), std::nullopt}};
     entry.sourceFormat = FixHistoryEntry::sourceFormatName(SourceFormat::plainText);
     entry.modeName = QStringLiteral("Tembrel");
     return entry;
+}
+
+// Two entries: a rich one with every field and a plain one.
+QList<FixHistoryEntry> fullHistory()
+{
+    return std::get<QList<FixHistoryEntry>>(HistoryFile::decode(testData("history/full.json")));
 }
 
 QByteArray fileBytes(const QString& path)
@@ -53,17 +50,14 @@ class TestHistoryManager : public QObject
     Q_OBJECT
 
     TestEnvironment m_env;
-    int m_run = 0;
-    std::unique_ptr<QSettings> m_settings;
+    SettingsFile m_settings{m_env, "history"};
     QString m_path;
 
 private Q_SLOTS:
     void init()
     {
-        ++m_run;
-        m_settings = std::make_unique<QSettings>(m_env.configHome() + QStringLiteral("/history-%1.conf").arg(m_run),
-                                                 QSettings::IniFormat);
-        m_path = m_env.dataHome() + QStringLiteral("/run-%1/Tembrel/history.json").arg(m_run);
+        m_settings.fresh();
+        m_path = m_env.dataHome() + QStringLiteral("/run-%1/Tembrel/history.json").arg(m_settings.run());
     }
 
     void defaultLocation()
@@ -102,39 +96,32 @@ private Q_SLOTS:
         QCOMPARE(reloaded.entries(), history.entries());
     }
 
+    void capAt500OnAddOnly_data()
+    {
+        QTest::addColumn<int>("stored");
+        QTest::newRow("full") << 500;
+        QTest::newRow("over the cap, from an older build") << 503;
+    }
+
     void capAt500OnAddOnly()
     {
-        QList<FixHistoryEntry> stored;
-        for (int i = 0; i < 503; ++i) {
+        QFETCH(int, stored);
+        QList<FixHistoryEntry> entries;
+        for (int i = 0; i < stored; ++i) {
             FixHistoryEntry entry = draft(QStringLiteral("entry %1").arg(i));
             entry.id = QUuid::createUuid();
             entry.timestamp = QDateTime::currentDateTime().addSecs(-i);
-            stored.append(entry);
+            entries.append(entry);
         }
-        QVERIFY(!HistoryFile::write(m_path, stored));
+        QVERIFY(!HistoryFile::write(m_path, entries));
         HistoryManager history(*m_settings, m_path);
-        QCOMPARE(history.entries().size(), 503);
+        QCOMPARE(history.entries().size(), stored); // loading prunes nothing
 
         const QUuid added = *history.addEntry(draft(QStringLiteral("newest")));
         QCOMPARE(history.entries().size(), 500);
         QCOMPARE(history.entries().first().id, added);
         QCOMPARE(history.entries().last().originalText, QStringLiteral("entry 498"));
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 500);
-    }
-
-    void the501stEntryDropsTheOldest()
-    {
-        HistoryManager history(*m_settings, m_path);
-        QList<FixHistoryEntry> full;
-        for (int i = 0; i < 500; ++i)
-            full.append(draft(QStringLiteral("entry %1").arg(i)));
-        QVERIFY(!HistoryFile::write(m_path, full));
-        history.load();
-        QCOMPARE(history.entries().size(), 500);
-        history.addEntry(draft(QStringLiteral("new")));
-        QCOMPARE(history.entries().size(), 500);
-        QCOMPARE(history.entries().first().originalText, QStringLiteral("new"));
-        QCOMPARE(history.entries().last().originalText, QStringLiteral("entry 498"));
     }
 
     void disabledRecordsNothing_data()
@@ -154,9 +141,7 @@ private Q_SLOTS:
         QFETCH(bool, enabled);
         if (stored.isValid())
             m_settings->setValue(QStringLiteral("historyEnabled"), stored);
-        m_settings->sync();
-        QSettings reread(m_settings->fileName(), QSettings::IniFormat);
-        HistoryManager history(reread, m_path);
+        HistoryManager history(m_settings.reopen(), m_path);
         QCOMPARE(history.isEnabled(), enabled);
         QCOMPARE(history.addEntry(draft(QStringLiteral("x"))).has_value(), enabled);
         QCOMPARE(QFile::exists(m_path), enabled);
@@ -204,10 +189,13 @@ private Q_SLOTS:
 
     void deleteAndClear()
     {
+        // A file edited by hand may hold an id twice: deleting removes every entry with it.
+        QList<FixHistoryEntry> stored = fullHistory();
+        stored.append(stored.first());
+        QVERIFY(!HistoryFile::write(m_path, stored));
         HistoryManager history(*m_settings, m_path);
-        const QUuid a = *history.addEntry(draft(QStringLiteral("a")));
-        history.addEntry(draft(QStringLiteral("b")));
-        history.deleteEntry(a);
+        QCOMPARE(history.entries().size(), 3);
+        history.deleteEntry(stored.first().id);
         QCOMPARE(history.entries().size(), 1);
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
         history.clearAll();
@@ -215,20 +203,9 @@ private Q_SLOTS:
         QCOMPARE(fileBytes(m_path), QByteArray("[]"));
     }
 
-    void deleteRemovesEveryEntryWithTheId()
-    {
-        QList<FixHistoryEntry> stored = std::get<QList<FixHistoryEntry>>(HistoryFile::decode(fixture("full.json")));
-        stored.append(stored.first());
-        QVERIFY(!HistoryFile::write(m_path, stored));
-        HistoryManager history(*m_settings, m_path);
-        QCOMPARE(history.entries().size(), 3);
-        history.deleteEntry(stored.first().id);
-        QCOMPARE(history.entries().size(), 1);
-    }
-
     void filterAndTotals()
     {
-        QVERIFY(!HistoryFile::write(m_path, std::get<QList<FixHistoryEntry>>(HistoryFile::decode(fixture("full.json")))));
+        QVERIFY(!HistoryFile::write(m_path, fullHistory()));
         HistoryManager history(*m_settings, m_path);
         QCOMPARE(history.filtered(QString()).size(), 2);
         QCOMPARE(history.filtered(QStringLiteral("MEETING")).size(), 1);
@@ -242,8 +219,8 @@ private Q_SLOTS:
     void unreadableFileIsReportedAndKept_data()
     {
         QTest::addColumn<QByteArray>("data");
-        QTest::newRow("entry without timestamp") << fixture("missing-timestamp.json");
-        QTest::newRow("truncated") << fixture("truncated.json");
+        QTest::newRow("entry without timestamp") << testData("history/missing-timestamp.json");
+        QTest::newRow("truncated") << testData("history/truncated.json");
         QTest::newRow("empty") << QByteArray();
     }
 
@@ -278,7 +255,7 @@ private Q_SLOTS:
 
     void saveFailureIsPrintedAndMemoryKept()
     {
-        const QString blocked = m_env.dataHome() + QStringLiteral("/blocked-%1").arg(m_run);
+        const QString blocked = m_env.dataHome() + QStringLiteral("/blocked-%1").arg(m_settings.run());
         writeFile(blocked, "not a folder");
         HistoryManager history(*m_settings, blocked + QStringLiteral("/Tembrel/history.json"));
         StdoutCapture out;
@@ -298,7 +275,7 @@ private Q_SLOTS:
     {
         HistoryManager history(*m_settings, m_path);
         history.addEntry(draft(QStringLiteral("mine")));
-        writeFile(m_path, fixture("minimal.json"));
+        writeFile(m_path, testData("history/minimal.json"));
         history.load();
         QCOMPARE(history.entries().size(), 2);
         QCOMPARE(history.entries().first().originalText, QStringLiteral("teh cat"));

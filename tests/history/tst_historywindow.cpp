@@ -215,12 +215,13 @@ private Q_SLOTS:
         QCOMPARE(text(item(view(), "editSummary")), QStringLiteral("9 edits"));
     }
 
-    void summaryOfOneHasNoPlural()
+    void oneTembrelHasNoPlural()
     {
         open({HistoryWindowFixture::plainEntry(fixedNow(), QStringLiteral("a"), QStringLiteral("b"))});
         m_store->updateEditCount(m_store->entries().first().id, 1);
         QCOMPARE(text(item(view(), "tembrelSummary")), QStringLiteral("1 tembrel"));
         QCOMPARE(text(item(view(), "editSummary")), QStringLiteral("1 edit"));
+        QCOMPARE(model()->clearMessage(), QStringLiteral("Delete all 1 tembrel from history? This can't be undone."));
     }
 
     void emptyHistoryInvitesAFirstTembrel()
@@ -234,79 +235,60 @@ private Q_SLOTS:
         QVERIFY(item(view(), "selectPrompt")->isVisible());
     }
 
-    void deleteAsksFirst_data()
+    void deleteAndClearAskFirst_data()
     {
-        QTest::addColumn<QString>("answer");
+        QTest::addColumn<bool>("clear");
+        QTest::addColumn<QString>("answer"); // empty: Escape
         QTest::addColumn<int>("remaining");
-        QTest::newRow("confirmed") << "confirmButton" << 2;
-        QTest::newRow("cancelled") << "cancelButton" << 3;
-        QTest::newRow("escape") << "" << 3;
+        QTest::newRow("delete, confirmed") << false << "confirmButton" << 2;
+        QTest::newRow("delete, cancelled") << false << "cancelButton" << 3;
+        QTest::newRow("delete, escape") << false << "" << 3;
+        QTest::newRow("clear, confirmed") << true << "confirmButton" << 0;
+        QTest::newRow("clear, cancelled") << true << "cancelButton" << 3;
     }
 
-    void deleteAsksFirst()
+    void deleteAndClearAskFirst()
     {
+        QFETCH(bool, clear);
         QFETCH(QString, answer);
         QFETCH(int, remaining);
         const QList<FixHistoryEntry> entries = threeEntries();
         open(entries);
-        model()->setSelectedId(entries.at(1).id.toString(QUuid::WithoutBraces));
-        QQuickItem* row = rowItem(view(), 1);
-        QVERIFY(row);
-        click(view(), row->findChild<QQuickItem*>(QStringLiteral("deleteButton")));
-        QVERIFY(model()->isConfirmingDelete());
-        QObject* sheet = object(view(), "deleteConfirmation");
+        if (clear) {
+            click(view(), item(view(), "clearButton"));
+        } else {
+            model()->setSelectedId(entries.at(1).id.toString(QUuid::WithoutBraces));
+            QQuickItem* row = rowItem(view(), 1);
+            QVERIFY(row);
+            click(view(), row->findChild<QQuickItem*>(QStringLiteral("deleteButton")));
+            QVERIFY(model()->isConfirmingDelete());
+        }
+        QObject* sheet = object(view(), clear ? "clearConfirmation" : "deleteConfirmation");
         QTRY_VERIFY(sheet->property("opened").toBool());
         QQuickItem* content = sheet->property("contentItem").value<QQuickItem*>();
-        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmTitle"))),
-                 QStringLiteral("Delete this tembrel from history?"));
-        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmMessage"))), QStringLiteral("This can't be undone."));
+        const auto part = [content](const char* name) { return content->findChild<QQuickItem*>(QLatin1String(name)); };
+        QCOMPARE(text(part("confirmTitle")),
+                 clear ? QStringLiteral("Clear all history?") : QStringLiteral("Delete this tembrel from history?"));
+        QCOMPARE(text(part("confirmMessage")),
+                 clear ? QStringLiteral("Delete all 3 tembrels from history? This can't be undone.")
+                       : QStringLiteral("This can't be undone."));
+        if (clear)
+            QCOMPARE(text(part("confirmButton")), QStringLiteral("Clear History"));
         if (answer.isEmpty())
             QTest::keyClick(view(), Qt::Key_Escape);
         else
-            click(view(), content->findChild<QQuickItem*>(answer));
+            click(view(), part(qPrintable(answer)));
         QTRY_VERIFY(!sheet->property("visible").toBool());
         QVERIFY(!model()->isConfirmingDelete());
         QCOMPARE(m_store->count(), remaining);
         QCOMPARE(model()->list()->rowCount(), remaining);
         // Saved at once: the file says the same.
-        const auto onDisk = HistoryFile::read(storePath());
-        QCOMPARE(std::get<QList<FixHistoryEntry>>(onDisk).size(), remaining);
-        const bool deleted = remaining == 2;
-        QCOMPARE(m_store->entries().contains(entries.at(1)), !deleted);
-        QCOMPARE(model()->hasSelection(), !deleted);
-    }
-
-    void clearAsksFirst_data()
-    {
-        QTest::addColumn<bool>("confirm");
-        QTest::newRow("confirmed") << true;
-        QTest::newRow("cancelled") << false;
-    }
-
-    void clearAsksFirst()
-    {
-        QFETCH(bool, confirm);
-        open(threeEntries());
-        click(view(), item(view(), "clearButton"));
-        QObject* sheet = object(view(), "clearConfirmation");
-        QTRY_VERIFY(sheet->property("opened").toBool());
-        QQuickItem* content = sheet->property("contentItem").value<QQuickItem*>();
-        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmTitle"))), QStringLiteral("Clear all history?"));
-        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmMessage"))),
-                 QStringLiteral("Delete all 3 tembrels from history? This can't be undone."));
-        QCOMPARE(text(content->findChild<QQuickItem*>(QStringLiteral("confirmButton"))), QStringLiteral("Clear History"));
-        click(view(), content->findChild<QQuickItem*>(confirm ? "confirmButton" : "cancelButton"));
-        QTRY_VERIFY(!sheet->property("visible").toBool());
-        QCOMPARE(m_store->count(), confirm ? 0 : 3);
-        QCOMPARE(std::get<QList<FixHistoryEntry>>(HistoryFile::read(storePath())).size(), confirm ? 0 : 3);
-        QCOMPARE(item(view(), "emptyHistory")->isVisible(), confirm);
-        QVERIFY(!item(view(), "clearButton")->property("enabled").toBool() == confirm);
-    }
-
-    void clearMessageOfOne()
-    {
-        open({HistoryWindowFixture::plainEntry(fixedNow(), QStringLiteral("a"), QStringLiteral("b"))});
-        QCOMPARE(model()->clearMessage(), QStringLiteral("Delete all 1 tembrel from history? This can't be undone."));
+        QCOMPARE(std::get<QList<FixHistoryEntry>>(HistoryFile::read(storePath())).size(), remaining);
+        const bool changed = remaining < 3;
+        QCOMPARE(m_store->entries().contains(entries.at(1)), !changed);
+        QCOMPARE(model()->hasSelection(), !clear && !changed);
+        QCOMPARE(item(view(), "emptyHistory")->isVisible(), remaining == 0);
+        QCOMPARE(item(view(), "clearButton")->property("enabled").toBool(), remaining > 0);
     }
 
     void headerOfTheSelection()
