@@ -119,9 +119,3 @@ void SettingsWindowDriver::keyPress(Qt::Key key, Qt::KeyboardModifiers modifiers
     QKeyEvent event(QEvent::KeyPress, key, modifiers);
     QCoreApplication::sendEvent(window(), &event);
 }
-
-void SettingsWindowDriver::keyRelease(Qt::Key key, Qt::KeyboardModifiers modifiers)
-{
-    QKeyEvent event(QEvent::KeyRelease, key, modifiers);
-    QCoreApplication::sendEvent(window(), &event);
-}

@@ -33,8 +33,8 @@ public:
     /// The `text` property of an item.
     [[nodiscard]] QString text(const QString& objectName) const;
     [[nodiscard]] bool isShown(const QString& objectName) const;
+    /// One key press, as the window system sends it.
     void keyPress(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
-    void keyRelease(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
     std::unique_ptr<QSettings> defaults;
     std::unique_ptr<ApiKeyStore> keyStore;

@@ -1,49 +1,54 @@
 #include "settings/SettingsManager.h"
-#include "support/TestEnvironment.h"
+#include "support/SettingsFile.h"
 
 #include <QCoroTask>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
-#include <memory>
 
 class TestSettingsManager : public QObject
 {
     Q_OBJECT
 
     TestEnvironment m_env;
-    int m_run = 0;
-    std::unique_ptr<QSettings> m_settings;
-
-    QString path() const { return m_env.configHome() + QStringLiteral("/settings-%1.conf").arg(m_run); }
-
-    QSettings& reopen()
-    {
-        m_settings->sync();
-        m_settings = std::make_unique<QSettings>(path(), QSettings::IniFormat);
-        return *m_settings;
-    }
+    SettingsFile m_settings{m_env, "settings"};
 
 private Q_SLOTS:
-    void init()
+    void init() { m_settings.fresh(); }
+
+    void eachSettingIsStoredUnderItsName_data()
     {
-        ++m_run;
-        m_settings = std::make_unique<QSettings>(path(), QSettings::IniFormat);
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QVariant>("fresh");
+        QTest::addColumn<QVariant>("changed");
+        QTest::newRow("useCustomEndpoint") << QByteArray("useCustomEndpoint") << QVariant(false) << QVariant(true);
+        QTest::newRow("customAPIURL, blanks kept") << QByteArray("customAPIURL") << QVariant(QString())
+                                                   << QVariant(QStringLiteral(" http://127.0.0.1:9/v1 "));
+        QTest::newRow("customModelID") << QByteArray("customModelID") << QVariant(QString()) << QVariant(QStringLiteral("m"));
+        QTest::newRow("analytics on until refused") << QByteArray("analyticsEnabled") << QVariant(true) << QVariant(false);
+        QTest::newRow("receiveBetaUpdates") << QByteArray("receiveBetaUpdates") << QVariant(false) << QVariant(true);
+        QTest::newRow("hideDockIcon") << QByteArray("hideDockIcon") << QVariant(false) << QVariant(true);
     }
 
-    void freshInstall()
+    void eachSettingIsStoredUnderItsName()
     {
+        QFETCH(QByteArray, name);
+        QFETCH(QVariant, fresh);
+        QFETCH(QVariant, changed);
         SettingsManager settings(*m_settings);
-        QCOMPARE(settings.useCustomEndpoint(), false);
-        QCOMPARE(settings.customAPIURL(), QString());
-        QCOMPARE(settings.customModelID(), QString());
+        QCOMPARE(settings.property(name.constData()), fresh);
         QCOMPARE(settings.hotkey(), (Hotkey{1, 0x120000}));
-        QCOMPARE(settings.analyticsEnabled(), true);
-        QCOMPARE(settings.receiveBetaUpdates(), false);
-        QCOMPARE(settings.hideDockIcon(), false);
-        QCOMPARE(settings.isCustomEndpointConfigured(), false);
-        // Reading writes nothing.
-        QVERIFY(m_settings->allKeys().isEmpty());
+        QVERIFY(!settings.isCustomEndpointConfigured());
+        QVERIFY(m_settings->allKeys().isEmpty()); // reading writes nothing
+
+        const QMetaObject* meta = settings.metaObject();
+        QSignalSpy notified(&settings, meta->property(meta->indexOfProperty(name.constData())).notifySignal());
+        // Every write is stored and announced, also one that repeats the value: consent is applied each time.
+        QVERIFY(settings.setProperty(name.constData(), fresh));
+        QVERIFY(settings.setProperty(name.constData(), changed));
+        QCOMPARE(notified.count(), 2);
+        QCOMPARE(notified.last().at(0), changed);
+        QCOMPARE(SettingsManager(m_settings.reopen()).property(name.constData()), changed);
+        QCOMPARE(m_settings->value(QString::fromLatin1(name)).toString(), changed.toString());
     }
 
     void analyticsConsent_data()
@@ -65,7 +70,7 @@ private Q_SLOTS:
         if (stored.isValid())
             m_settings->setValue(QStringLiteral("analyticsEnabled"), stored);
         QTEST(SettingsManager(*m_settings).analyticsEnabled(), "enabled");
-        QTEST(SettingsManager(reopen()).analyticsEnabled(), "enabled");
+        QTEST(SettingsManager(m_settings.reopen()).analyticsEnabled(), "enabled");
     }
 
     void storedHotkey_data()
@@ -86,10 +91,10 @@ private Q_SLOTS:
     {
         QFETCH(QVariant, stored);
         m_settings->setValue(QStringLiteral("hotkey"), stored);
-        SettingsManager settings(reopen());
+        SettingsManager settings(m_settings.reopen());
         QTEST(settings.hotkey(), "expected");
         // Bad data is not cleaned up by reading.
-        QCOMPARE(reopen().value(QStringLiteral("hotkey")), stored);
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("hotkey")), stored);
     }
 
     void writingHotkeyStoresDataAndCallsBack()
@@ -103,47 +108,8 @@ private Q_SLOTS:
         settings.setHotkey(hotkey);
         QCOMPARE(heard, QList<Hotkey>{hotkey});
         QCOMPARE(changed.count(), 1);
-        QCOMPARE(reopen().value(QStringLiteral("hotkey")).typeId(), QMetaType::QByteArray);
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("hotkey")).typeId(), QMetaType::QByteArray);
         QCOMPARE(SettingsManager(*m_settings).hotkey(), hotkey);
-    }
-
-    void valuesSurviveARestart()
-    {
-        {
-            SettingsManager settings(*m_settings);
-            settings.setUseCustomEndpoint(true);
-            settings.setCustomAPIURL(QStringLiteral(" http://127.0.0.1:9/v1 "));
-            settings.setCustomModelID(QStringLiteral("local-model"));
-            settings.setAnalyticsEnabled(false);
-            settings.setReceiveBetaUpdates(true);
-            settings.setHideDockIcon(true);
-        }
-        SettingsManager settings(reopen());
-        QCOMPARE(settings.useCustomEndpoint(), true);
-        QCOMPARE(settings.customAPIURL(), QStringLiteral(" http://127.0.0.1:9/v1 "));
-        QCOMPARE(settings.customModelID(), QStringLiteral("local-model"));
-        QCOMPARE(settings.analyticsEnabled(), false);
-        QCOMPARE(settings.receiveBetaUpdates(), true);
-        QCOMPARE(settings.hideDockIcon(), true);
-        QCOMPARE(settings.isCustomEndpointConfigured(), true);
-    }
-
-    void everyWriteNotifies()
-    {
-        SettingsManager settings(*m_settings);
-        QSignalSpy analytics(&settings, &SettingsManager::analyticsEnabledChanged);
-        QSignalSpy dock(&settings, &SettingsManager::hideDockIconChanged);
-        // Consent is applied on every write, including one that repeats the current value.
-        settings.setAnalyticsEnabled(true);
-        settings.setAnalyticsEnabled(false);
-        settings.setHideDockIcon(true);
-        settings.setHideDockIcon(false);
-        QCOMPARE(analytics.count(), 2);
-        QCOMPARE(analytics.at(0).at(0).toBool(), true);
-        QCOMPARE(analytics.at(1).at(0).toBool(), false);
-        QCOMPARE(dock.count(), 2);
-        QCOMPARE(dock.at(0).at(0).toBool(), true);
-        QCOMPARE(m_settings->value(QStringLiteral("analyticsEnabled")).toBool(), false);
     }
 
     void customEndpointConfigured_data()
@@ -168,7 +134,7 @@ private Q_SLOTS:
         settings.setUseCustomEndpoint(use);
         QCOMPARE(changed.count(), 2);
         QTEST(settings.isCustomEndpointConfigured(), "configured");
-        QTEST(SettingsManager(reopen()).isCustomEndpointConfigured(), "configured");
+        QTEST(SettingsManager(m_settings.reopen()).isCustomEndpointConfigured(), "configured");
     }
 
     void apiKeyWithoutKeyring()
@@ -180,7 +146,7 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 1);
         QCOMPARE(QCoro::waitFor(settings.apiKey()), std::optional<QString>());
         // The key never lands in the settings file.
-        QVERIFY(!reopen().allKeys().join(QLatin1Char(' ')).contains(QStringLiteral("apikey"), Qt::CaseInsensitive));
+        QVERIFY(!m_settings.reopen().allKeys().join(QLatin1Char(' ')).contains(QStringLiteral("apikey"), Qt::CaseInsensitive));
     }
 };
 

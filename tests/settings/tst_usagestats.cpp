@@ -1,12 +1,11 @@
 #include "settings/UsageStatsManager.h"
-#include "support/TestEnvironment.h"
+#include "support/SettingsFile.h"
 
 #include <QProcess>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimeZone>
-#include <memory>
 
 namespace {
 // Set in the environment of a child copy of this test that must overflow a counter.
@@ -18,34 +17,10 @@ class TestUsageStats : public QObject
     Q_OBJECT
 
     TestEnvironment m_env;
-    int m_run = 0;
-    std::unique_ptr<QSettings> m_settings;
-
-    QString path() const { return m_env.configHome() + QStringLiteral("/stats-%1.conf").arg(m_run); }
-
-    QSettings& reopen()
-    {
-        m_settings->sync();
-        m_settings = std::make_unique<QSettings>(path(), QSettings::IniFormat);
-        return *m_settings;
-    }
+    SettingsFile m_settings{m_env, "stats"};
 
 private Q_SLOTS:
-    void init()
-    {
-        ++m_run;
-        m_settings = std::make_unique<QSettings>(path(), QSettings::IniFormat);
-    }
-
-    void startsAtZero()
-    {
-        UsageStatsManager stats(*m_settings);
-        QCOMPARE(stats.totalTembrels(), 0);
-        QCOMPARE(stats.totalEdits(), 0);
-        QCOMPARE(stats.totalCharactersProcessed(), 0);
-        QVERIFY(!stats.firstTembrelDate());
-        QVERIFY(!stats.firstTembrelDateOrInvalid().isValid());
-    }
+    void init() { m_settings.fresh(); }
 
     void recordsFixesUnderTheirKeys()
     {
@@ -60,7 +35,7 @@ private Q_SLOTS:
         QCOMPARE(stats.totalEdits(), 7);
         QCOMPARE(stats.totalCharactersProcessed(), 3'000'000'012);
 
-        QSettings& file = reopen();
+        QSettings& file = m_settings.reopen();
         QCOMPARE(file.value(QStringLiteral("stats.totalTembrels")).toLongLong(), 2);
         QCOMPARE(file.value(QStringLiteral("stats.totalEdits")).toLongLong(), 7);
         // The field is "characters processed"; its key has always been the short name.
@@ -81,42 +56,49 @@ private Q_SLOTS:
     {
         // 2023-11-14 22:13:20 UTC, counted from 1970.
         m_settings->setValue(QStringLiteral("stats.firstTembrelDate"), 1700000000.5);
-        UsageStatsManager stats(reopen());
+        UsageStatsManager stats(m_settings.reopen());
         QCOMPARE(stats.firstTembrelDate()->toUTC(),
                  QDateTime(QDate(2023, 11, 14), QTime(22, 13, 20, 500), QTimeZone::utc()));
         stats.recordFix(1, 1);
         stats.recordFix(1, 1);
-        QCOMPARE(reopen().value(QStringLiteral("stats.firstTembrelDate")).toDouble(), 1700000000.5);
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("stats.firstTembrelDate")).toDouble(), 1700000000.5);
     }
 
-    void unreadableValues_data()
+    void absentOrUnreadableValuesCountAsNothing_data()
     {
         QTest::addColumn<QVariant>("date");
         QTest::addColumn<QVariant>("count");
+        QTest::newRow("absent") << QVariant() << QVariant();
         QTest::newRow("text") << QVariant(QStringLiteral("last tuesday")) << QVariant(QStringLiteral("many"));
         QTest::newRow("bool") << QVariant(true) << QVariant(QByteArray("12"));
     }
 
-    void unreadableValues()
+    void absentOrUnreadableValuesCountAsNothing()
     {
         QFETCH(QVariant, date);
         QFETCH(QVariant, count);
-        m_settings->setValue(QStringLiteral("stats.firstTembrelDate"), date);
-        m_settings->setValue(QStringLiteral("stats.totalEdits"), count);
-        UsageStatsManager stats(reopen());
+        if (date.isValid())
+            m_settings->setValue(QStringLiteral("stats.firstTembrelDate"), date);
+        for (const char* key : {"stats.totalTembrels", "stats.totalEdits", "stats.totalCharacters"}) {
+            if (count.isValid())
+                m_settings->setValue(QLatin1String(key), count);
+        }
+        UsageStatsManager stats(m_settings.reopen());
         QVERIFY(!stats.firstTembrelDate());
-        QCOMPARE(stats.totalEdits(), 0);
+        QVERIFY(!stats.firstTembrelDateOrInvalid().isValid());
+        QCOMPARE((QList<qint64>{stats.totalTembrels(), stats.totalEdits(), stats.totalCharactersProcessed()}),
+                 (QList<qint64>{0, 0, 0}));
         stats.recordFix(2, 5);
         QVERIFY(stats.firstTembrelDate());
-        QCOMPARE(UsageStatsManager(reopen()).totalEdits(), 2);
+        QCOMPARE(UsageStatsManager(m_settings.reopen()).totalEdits(), 2);
     }
 
     void saveWithoutDateRemovesTheKey()
     {
         m_settings->setValue(QStringLiteral("stats.firstTembrelDate"), QStringLiteral("garbage"));
-        UsageStatsManager stats(reopen());
+        UsageStatsManager stats(m_settings.reopen());
         stats.save();
-        QVERIFY(!reopen().contains(QStringLiteral("stats.firstTembrelDate")));
+        QVERIFY(!m_settings.reopen().contains(QStringLiteral("stats.firstTembrelDate")));
         QCOMPARE(m_settings->value(QStringLiteral("stats.totalTembrels")).toLongLong(), 0);
     }
 
@@ -126,14 +108,14 @@ private Q_SLOTS:
         m_settings->sync();
         QProcess child;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QString::fromLatin1(overflowChildVariable), path());
+        environment.insert(QString::fromLatin1(overflowChildVariable), m_settings.path());
         child.setProcessEnvironment(environment);
         child.start(QCoreApplication::applicationFilePath(), {});
         QVERIFY(child.waitForFinished(30000));
         QVERIFY(child.exitStatus() == QProcess::CrashExit || child.exitCode() != 0);
         QVERIFY(child.readAllStandardError().contains("Usage counter totalEdits overflowed"));
         // The fix that overflowed saved nothing: the first one's values stand.
-        QCOMPARE(reopen().value(QStringLiteral("stats.totalEdits")).toLongLong(), std::numeric_limits<qint64>::max());
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("stats.totalEdits")).toLongLong(), std::numeric_limits<qint64>::max());
         QCOMPARE(m_settings->value(QStringLiteral("stats.totalTembrels")).toLongLong(), 1);
     }
 };

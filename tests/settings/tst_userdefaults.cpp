@@ -1,5 +1,5 @@
 #include "settings/UserDefaults.h"
-#include "support/TestEnvironment.h"
+#include "support/SettingsFile.h"
 
 #include <QSettings>
 #include <QTest>
@@ -11,20 +11,16 @@ class TestUserDefaults : public QObject
     Q_OBJECT
 
     TestEnvironment m_env;
-    int m_run = 0;
+    SettingsFile m_settings{m_env, "defaults"};
 
     template<typename Check>
     void bothWays(const QVariant& stored, Check check)
     {
-        const QString path = m_env.configHome() + QStringLiteral("/defaults-%1.conf").arg(++m_run);
-        {
-            QSettings settings(path, QSettings::IniFormat);
-            if (stored.isValid())
-                settings.setValue(QStringLiteral("k"), stored);
-            check(settings);
-        }
-        QSettings reread(path, QSettings::IniFormat);
-        check(reread);
+        QSettings& settings = m_settings.fresh();
+        if (stored.isValid())
+            settings.setValue(QStringLiteral("k"), stored);
+        check(settings);
+        check(m_settings.reopen());
     }
 
 private Q_SLOTS:
@@ -118,24 +114,30 @@ private Q_SLOTS:
         });
     }
 
-    void dataValueKeepsBytes()
+    void textAndData_data()
     {
+        // Expected values: an invalid QVariant where the reader finds none.
+        QTest::addColumn<QVariant>("stored");
+        QTest::addColumn<QVariant>("string");
+        QTest::addColumn<QVariant>("data");
         const QByteArray bytes("{\"a\":\"\xc3\xa9\"}\n\x00\x01", 13);
-        bothWays(bytes, [&](const QSettings& s) {
-            QCOMPARE(UserDefaults::dataValue(s, QStringLiteral("k")), std::optional<QByteArray>(bytes));
-        });
-        bothWays(QStringLiteral("text"), [&](const QSettings& s) {
-            QVERIFY(!UserDefaults::dataValue(s, QStringLiteral("k")));
-        });
+        const QString url = QStringLiteral("  https://example.test/v1 ");
+        QTest::newRow("absent") << QVariant() << QVariant() << QVariant();
+        QTest::newRow("text keeps its blanks") << QVariant(url) << QVariant(url) << QVariant();
+        QTest::newRow("data keeps every byte") << QVariant(bytes) << QVariant() << QVariant(bytes);
     }
 
-    void stringValue()
+    void textAndData()
     {
-        bothWays(QStringLiteral("  https://example.test/v1 "), [&](const QSettings& s) {
-            QCOMPARE(UserDefaults::stringValue(s, QStringLiteral("k")),
-                     std::optional<QString>(QStringLiteral("  https://example.test/v1 ")));
+        QFETCH(QVariant, stored);
+        QFETCH(QVariant, string);
+        QFETCH(QVariant, data);
+        bothWays(stored, [&](const QSettings& s) {
+            const auto text = UserDefaults::stringValue(s, QStringLiteral("k"));
+            QCOMPARE(text ? QVariant(*text) : QVariant(), string);
+            const auto bytes = UserDefaults::dataValue(s, QStringLiteral("k"));
+            QCOMPARE(bytes ? QVariant(*bytes) : QVariant(), data);
         });
-        bothWays(QVariant(), [&](const QSettings& s) { QVERIFY(!UserDefaults::stringValue(s, QStringLiteral("k"))); });
     }
 };
 
