@@ -6,9 +6,9 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh --with-tests
 
 build=${TEMBREL_TEST_BUILD_DIR:-build-test}
-# TEMBREL_WERROR=ON turns warnings into errors; CI will switch it on once a clean -Werror build of
-# the whole tree has been seen.
-werror=${TEMBREL_WERROR:-OFF}
+# Warnings are errors in CI (CI=true) and on request (TEMBREL_WERROR=ON); off by default elsewhere,
+# so that a newer compiler's new warning does not stop someone from trying the project.
+if [[ "${CI:-}" == "true" ]]; then werror=${TEMBREL_WERROR:-ON}; else werror=${TEMBREL_WERROR:-OFF}; fi
 # Optimised without debug information: the build is most of a CI run, and links are faster without it.
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2" \
   -DTEMBREL_WERROR="$werror" >/dev/null

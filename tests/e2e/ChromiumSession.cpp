@@ -77,7 +77,8 @@ bool ChromiumSession::start(const QString& pageFile)
         [&] {
             std::unique_ptr<QNetworkReply> reply(
                 network.get(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/json/list").arg(port)))));
-            QTest::qWaitFor([&] { return reply->isFinished(); }, 2000);
+            if (!QTest::qWaitFor([&] { return reply->isFinished(); }, 2000))
+                return false;
             for (const QJsonValue& target : QJsonDocument::fromJson(reply->readAll()).array()) {
                 const QJsonObject object = target.toObject();
                 if (object.value(QStringLiteral("type")).toString() == QStringLiteral("page")
@@ -111,7 +112,8 @@ QJsonObject ChromiumSession::call(const QString& method, const QJsonObject& para
     const QJsonObject message{{QStringLiteral("id"), id}, {QStringLiteral("method"), method},
                               {QStringLiteral("params"), params}};
     m_socket.sendTextMessage(QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact)));
-    QTest::qWaitFor([&] { return m_replies.contains(id); }, timeoutMs);
+    if (!QTest::qWaitFor([&] { return m_replies.contains(id); }, timeoutMs))
+        return {}; // no answer in time: callers see an empty result
     return m_replies.take(id);
 }
 
