@@ -1,16 +1,17 @@
 #pragma once
 // Recording backends for the fix coordinator's neighbour interfaces. Each one does the least its
-// interface promises and remembers what it was asked, so a test can check what a run did.
+// interface promises and remembers what it was asked, so a test can check what a run did. The
+// operating system is the platform's own fake.
 #include "core/FixCoordinator.h"
 #include "core/FixNeighbours.h"
 #include "engines/TextFixEngine.h"
-#include "platform/AccessibilityTrust.h"
-#include "platform/Workspace.h"
+#include "platform/fake/FakePlatform.h"
 
 #include <QCoro/QCoroSignal>
 #include <QCoro/QCoroTimer>
 #include <QObject>
 #include <QRegularExpression>
+#include <QTest>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -19,23 +20,20 @@
 class Gate : public QObject
 {
     Q_OBJECT
-public:
 public Q_SLOTS:
     void open() { Q_EMIT opened(); }
 Q_SIGNALS:
     void opened();
 };
 
-class TestModes final : public FixModes
+struct TestModes final : FixModes
 {
-public:
-    QList<ModeSummary> list;
+    QList<ModeSummary> list{{"mode-fix", "Fix", "Fix the spelling."}, {"mode-pro", "Professional", "Sound professional."}};
     QList<ModeSummary> modes() const override { return list; }
 };
 
-class TestSelection final : public FixSelection
+struct TestSelection final : FixSelection
 {
-public:
     std::deque<std::optional<CapturedContent>> answers; // taken in order; the last one repeats
     int delayMs = 0;                                     // a real pause, like the copy delay
     int calls = 0;
@@ -53,25 +51,24 @@ public:
 };
 
 /// Cleaning drops style attributes; the plain text of HTML is the HTML without its tags.
-class TestClipboard final : public FixClipboard
+struct TestClipboard final : FixClipboard
 {
-public:
     struct Write
     {
         QString fixedText;
         CapturedContent captured;
     };
     QList<Write> writes;
-    QStringList cleaned;
+    mutable QStringList cleaned;
 
     QString cleanHtmlForFix(const QString& html) const override
     {
-        const_cast<TestClipboard*>(this)->cleaned << html;
-        return QString(html).remove(QRegularExpression(QStringLiteral(" style=\"[^\"]*\"")));
+        cleaned << html;
+        return QString(html).remove(QRegularExpression(" style=\"[^\"]*\""));
     }
     QString htmlToPlainText(const QString& html) const override
     {
-        return QString(html).remove(QRegularExpression(QStringLiteral("<[^>]+>"))).trimmed();
+        return QString(html).remove(QRegularExpression("<[^>]+>")).trimmed();
     }
     void writeFixedContent(const QString& fixedText, const CapturedContent& captured) override
     {
@@ -79,18 +76,16 @@ public:
     }
 };
 
-class TestClock final : public FixClock
+struct TestClock final : FixClock
 {
-public:
     double now = 0.0;
     double seconds() const override { return now; }
 };
 
 /// An engine in the test process: answers from a function, optionally after a gate opens (or its
 /// run is cancelled, which opens it early, as a real engine stops early).
-class TestEngine final : public TextFixEngine
+struct TestEngine final : TextFixEngine
 {
-public:
     struct Call
     {
         QString text;
@@ -99,15 +94,14 @@ public:
         CancellationToken cancel;
     };
 
-    explicit TestEngine(TestClock* clock = nullptr) : m_clock(clock) {}
+    explicit TestEngine(TestClock* clock) : m_clock(clock) {}
 
     bool available = true;
-    double secondsTaken = 1.375;                                   // advances the test clock
-    std::function<FixOutcome(const QString& text)> answer;         // default: the text unchanged
-    Gate* gate = nullptr;                                          // when set, wait for it
-    bool throwInstead = false;
+    std::function<FixOutcome(const QString& text)> answer; // default: the text unchanged; may throw
+    Gate* gate = nullptr;                                   // when set, wait for it
     QList<Call> calls;
     int availabilityChecks = 0;
+    int finished = 0; // calls that came back
 
     QCoro::Task<bool> isAvailable() override
     {
@@ -118,20 +112,17 @@ public:
     QCoro::Task<FixOutcome> fix(QString text, QString systemPrompt, TracePtr trace, CancellationToken cancel) override
     {
         calls.append({text, systemPrompt, trace, cancel});
-        if (trace)
-            trace->record(QStringLiteral("request_started"), QStringLiteral("POST /test"));
+        trace->record("request_started", QStringLiteral("POST /test"));
         if (gate && !cancel.isCancelled()) {
             // Wait for this call's own relay, so one run's cancellation releases only that run.
             Gate relay;
             QObject::connect(gate, &Gate::opened, &relay, &Gate::open);
-            QObject::connect(static_cast<CancellationNotifier*>(cancel.notifier()), &CancellationNotifier::cancelled, &relay,
-                             &Gate::open);
+            QObject::connect(static_cast<CancellationNotifier*>(cancel.notifier()), &CancellationNotifier::cancelled,
+                             &relay, &Gate::open);
             co_await qCoro(&relay, &Gate::opened);
         }
-        if (m_clock)
-            m_clock->now += secondsTaken;
-        if (throwInstead)
-            throw std::runtime_error("engine blew up");
+        m_clock->now += 1.375;
+        ++finished;
         if (answer)
             co_return answer(text);
         co_return FixResult{text, text, 0, std::nullopt, std::nullopt, std::nullopt};
@@ -141,9 +132,8 @@ private:
     TestClock* m_clock;
 };
 
-class TestPanel final : public FixPanel
+struct TestPanel final : FixPanel
 {
-public:
     struct Shown
     {
         QString phase; // "loading", "error", "success", "noChanges"
@@ -154,15 +144,15 @@ public:
     };
     QList<Shown> shown;
 
-    void showLoading() override { shown.append({QStringLiteral("loading"), {}, {}, 0, {}}); }
-    void showError(const QString& message) override { shown.append({QStringLiteral("error"), message, {}, 0, {}}); }
+    void showLoading() override { shown.append({"loading", {}, {}, 0, {}}); }
+    void showError(const QString& message) override { shown.append({"error", message, {}, 0, {}}); }
     void showSuccess(const FixResult& result, double duration, EditCountCallback cb) override
     {
-        shown.append({QStringLiteral("success"), {}, result, duration, std::move(cb)});
+        shown.append({"success", {}, result, duration, std::move(cb)});
     }
     void showNoChanges(const FixResult& result, double duration, EditCountCallback cb) override
     {
-        shown.append({QStringLiteral("noChanges"), {}, result, duration, std::move(cb)});
+        shown.append({"noChanges", {}, result, duration, std::move(cb)});
     }
     [[nodiscard]] QStringList phases() const
     {
@@ -173,66 +163,38 @@ public:
     }
 };
 
-class TestSettings final : public FixSettings
+struct TestSettings final : FixSettings
 {
-public:
     bool custom = false;
     bool history = true;
     bool analytics = true;
-    int customChecks = 0;
-    bool isCustomEndpointConfigured() const override
-    {
-        ++const_cast<TestSettings*>(this)->customChecks;
-        return custom;
-    }
+    bool isCustomEndpointConfigured() const override { return custom; }
     bool isHistoryEnabled() const override { return history; }
     bool isAnalyticsEnabled() const override { return analytics; }
 };
 
-class TestHistory final : public FixHistory
+struct TestHistory final : FixHistory
 {
-public:
     QList<HistoryRecord> records;
     QList<QPair<QString, qint64>> updates;
     void addEntry(const HistoryRecord& record) override { records.prepend(record); }
     void updateEditCount(const QString& id, qint64 count) override { updates.append({id, count}); }
 };
 
-class TestUsage final : public FixUsage
+struct TestUsage final : FixUsage
 {
-public:
     QList<QPair<qint64, qint64>> fixes; // (edits, characters)
     void recordFix(qint64 edits, qint64 characters) override { fixes.append({edits, characters}); }
 };
 
 /// The bucket names the count it was given, so a test sees which count the coordinator passed.
-class TestAnalytics final : public FixAnalytics
+struct TestAnalytics final : FixAnalytics
 {
-public:
     QList<QPair<QString, QVariantMap>> events;
     QList<QPair<bool, int>> failures; // (custom endpoint in use, category code)
     void capture(const QString& event, const QVariantMap& properties) override { events.append({event, properties}); }
-    QString textLengthBucket(qint64 count) const override { return QStringLiteral("chars:") + QString::number(count); }
+    QString textLengthBucket(qint64 count) const override { return "chars:" + QString::number(count); }
     void trackFixFailed(bool custom, int category) override { failures.append({custom, category}); }
-};
-
-class TestTrust final : public AccessibilityTrust
-{
-public:
-    bool trusted = true;
-    QString reason;
-    int prompts = 0;
-    bool isTrusted() const override { return trusted; }
-    void requestTrust() override { ++prompts; }
-    QString untrustedReason() const override { return trusted ? QString() : reason; }
-};
-
-class TestWorkspace final : public Workspace
-{
-public:
-    QString frontmost = QStringLiteral("Text Editor");
-    QString frontmostApplicationName() const override { return frontmost; }
-    bool hasCompositor() const override { return false; }
 };
 
 /// A coordinator wired to a full set of recording backends.
@@ -249,56 +211,45 @@ struct CoordinatorRig
     TestHistory history;
     TestUsage usage;
     TestAnalytics analytics;
-    TestTrust trust;
-    TestWorkspace workspace;
-    std::unique_ptr<FixCoordinator> coordinator;
+    FakeAccessibilityTrust trust;
+    FakeWorkspace workspace;
+    std::unique_ptr<FixCoordinator> coordinator = std::make_unique<FixCoordinator>(FixNeighbourhood{
+        modes, selection, clipboard, cloud, custom, panel, settings, history, usage, analytics, trust, workspace, &clock});
 
-    CoordinatorRig()
+    /// Starts a fix and lets the event loop run until it has ended.
+    [[nodiscard]] bool run(const QString& modeId = "mode-fix")
     {
-        modes.list = {{QStringLiteral("mode-fix"), QStringLiteral("Fix"), QStringLiteral("Fix the spelling.")},
-                      {QStringLiteral("mode-pro"), QStringLiteral("Professional"), QStringLiteral("Sound professional.")}};
-        coordinator = std::make_unique<FixCoordinator>(FixNeighbourhood{
-            modes, selection, clipboard, cloud, custom, panel, settings, history, usage, analytics, trust, workspace,
-            &clock});
-    }
-
-    [[nodiscard]] QStringList traceNames() const
-    {
-        QStringList out;
-        for (const TraceEvent& e : coordinator->currentTrace()->events())
-            out << e.event;
-        return out;
+        coordinator->startFix(modeId);
+        return QTest::qWaitFor([this] { return !coordinator->isProcessing(); });
     }
     [[nodiscard]] QStringList traceLines() const
     {
         QStringList out;
         for (const TraceEvent& e : coordinator->currentTrace()->events())
-            out << (e.detail ? e.event + QStringLiteral(": ") + *e.detail : e.event);
+            out << (e.detail ? e.event + ": " + *e.detail : e.event);
         return out;
     }
 };
 
 inline CapturedContent plainContent(const QString& text)
 {
-    QString html = text.toHtmlEscaped();
-    return CapturedContent{text, QStringLiteral("<p>") + html + QStringLiteral("</p>"), SourceFormat::plainText, false};
+    return CapturedContent{text, "<p>" + text.toHtmlEscaped() + "</p>", SourceFormat::plainText, false};
 }
 
 /// 1,234 characters of rich text with one typo and an inline style the cleaning removes.
 inline CapturedContent richContent(bool googleDocs = false)
 {
-    const QString plain = QString(1230, QLatin1Char('a')) + QStringLiteral(" teh");
-    QString html = QStringLiteral("<p style=\"color: red\">") + plain + QStringLiteral("</p>");
+    const QString plain = QString(1230, u'a') + " teh";
+    QString html = "<p style=\"color: red\">" + plain + "</p>";
     if (googleDocs)
-        html = QStringLiteral("<b id=\"docs-internal-guid-1\">") + html + QStringLiteral("</b>");
+        html = "<b id=\"docs-internal-guid-1\">" + html + "</b>";
     return CapturedContent{plain, html, SourceFormat::html, googleDocs};
 }
 
 /// Fixes "teh" and counts one edit, the way an engine answers.
 inline FixOutcome fixTypo(const QString& text)
 {
-    QString fixed = text;
-    fixed.replace(QStringLiteral("teh"), QStringLiteral("the"));
+    const QString fixed = QString(text).replace("teh", "the");
     return FixResult{text, fixed, fixed == text ? 0 : 1, std::nullopt, std::nullopt, std::nullopt};
 }
 
@@ -306,4 +257,3 @@ inline QStringList tail(const QStringList& list, int n)
 {
     return list.mid(list.size() - n);
 }
-
