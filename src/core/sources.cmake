@@ -2,6 +2,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   core/Logging.h core/Logging.cpp
   core/Cancellation.h core/Cancellation.cpp
   core/TextFormat.h core/TextFormat.cpp
+  core/StoredJson.h core/StoredJson.cpp
   core/FixResult.h
   core/CapturedContent.h
   core/NetworkFailure.h core/NetworkFailure.cpp

@@ -1,5 +1,6 @@
 #include "history/FixHistoryEntry.h"
 
+#include "core/StoredJson.h"
 #include "history/RelativeDate.h"
 
 #include <QJsonArray>
@@ -21,10 +22,7 @@ const QString fixedHTMLKey = QStringLiteral("fixedHTML");
 const QString sourceFormatKey = QStringLiteral("sourceFormat");
 const QString modeNameKey = QStringLiteral("modeName");
 
-bool isAbsent(const QJsonValue& value)
-{
-    return value.isUndefined() || value.isNull();
-}
+using StoredJson::isAbsent;
 
 std::optional<qint64> wholeNumber(const QJsonValue& value)
 {
@@ -34,12 +32,6 @@ std::optional<qint64> wholeNumber(const QJsonValue& value)
     if (number != std::floor(number) || std::fabs(number) > 9.2e18)
         return std::nullopt;
     return value.toInteger(qint64(number));
-}
-
-void insertIfPresent(QJsonObject& object, const QString& key, const std::optional<QString>& value)
-{
-    if (value)
-        object.insert(key, *value);
 }
 
 // An optional text field: absent and null both mean "no value"; any other type fails the entry.
@@ -103,12 +95,12 @@ bool FixHistoryEntry::matches(const QString& lowerCaseQuery) const
 
 QJsonObject FixHistoryEntry::toJson() const
 {
-    QJsonObject object{{idKey, id.toString(QUuid::WithoutBraces).toUpper()},
+    using StoredJson::insertIfPresent;
+    QJsonObject object{{idKey, StoredJson::uuidString(id)},
                        {timestampKey, StoredDate::toSeconds(timestamp)},
                        {originalTextKey, originalText},
                        {fixedTextKey, fixedText}};
-    if (editCount)
-        object.insert(editCountKey, *editCount);
+    insertIfPresent(object, editCountKey, editCount);
     insertIfPresent(object, sourceAppKey, sourceApp);
     if (trace) {
         QJsonArray events;
@@ -126,7 +118,8 @@ QJsonObject FixHistoryEntry::toJson() const
 
 QString HistoryDecodeError::description() const
 {
-    const QString where = QStringLiteral("entry ") + QString::number(index);
+    using StoredJson::RecordFault;
+    const QString record = QStringLiteral("entry ") + QString::number(index);
     switch (kind) {
     case Kind::unreadable:
         return QStringLiteral("The file could not be read (") + detail + QLatin1Char(')');
@@ -135,12 +128,11 @@ QString HistoryDecodeError::description() const
     case Kind::notArray:
         return QStringLiteral("The file does not hold a JSON array");
     case Kind::notObject:
-        return QStringLiteral("The ") + where + QStringLiteral(" is not a JSON object");
+        return StoredJson::describe(RecordFault::notObject, record, key);
     case Kind::missingKey:
-        return QStringLiteral("The ") + where + QStringLiteral(" has no value for key \"") + key + QLatin1Char('"');
+        return StoredJson::describe(RecordFault::missingKey, record, key);
     case Kind::wrongType:
-        return QStringLiteral("The ") + where + QStringLiteral(" has a value of the wrong type for key \"") + key
-            + QLatin1Char('"');
+        return StoredJson::describe(RecordFault::wrongType, record, key);
     }
     return {};
 }
@@ -169,11 +161,10 @@ std::variant<FixHistoryEntry, HistoryDecodeError> HistoryJson::decodeEntry(const
             return missing(key);
     }
     FixHistoryEntry entry;
-    const QJsonValue id = object.value(idKey);
-    entry.id = QUuid::fromString(id.toString());
-    // The all-zero id is a valid UUID; only a text that does not parse is refused.
-    if (!id.isString() || (entry.id.isNull() && id.toString() != QUuid().toString(QUuid::WithoutBraces)))
+    const std::optional<QUuid> id = StoredJson::uuid(object.value(idKey));
+    if (!id)
         return wrong(idKey);
+    entry.id = *id;
     const QJsonValue timestamp = object.value(timestampKey);
     if (!timestamp.isDouble())
         return wrong(timestampKey);

@@ -1,5 +1,6 @@
 #include "modes/Mode.h"
 
+#include "core/StoredJson.h"
 #include "modes/BuiltInPrompts.h"
 
 #include <QJsonDocument>
@@ -27,21 +28,22 @@ std::variant<Mode, ModeDecodeError> decodeMode(const QJsonObject& object, qsizet
     Mode mode;
     for (const QString& key : {idKey, nameKey, descriptionKey, promptKey}) {
         const QJsonValue value = object.value(key);
-        if (value.isUndefined() || value.isNull())
+        if (StoredJson::isAbsent(value))
             return missing(key);
         if (!value.isString())
             return wrong(key);
     }
-    mode.id = QUuid::fromString(object.value(idKey).toString());
-    if (mode.id.isNull() && object.value(idKey).toString() != storedUuidString(QUuid()))
+    const std::optional<QUuid> id = StoredJson::uuid(object.value(idKey));
+    if (!id)
         return wrong(idKey);
+    mode.id = *id;
     mode.name = object.value(nameKey).toString();
     mode.description = object.value(descriptionKey).toString();
     mode.prompt = object.value(promptKey).toString();
 
     for (const QString& key : {isEnabledKey, isBuiltInKey, isDefaultKey}) {
         const QJsonValue value = object.value(key);
-        if (value.isUndefined() || value.isNull())
+        if (StoredJson::isAbsent(value))
             return missing(key);
         if (!value.isBool())
             return wrong(key);
@@ -51,7 +53,7 @@ std::variant<Mode, ModeDecodeError> decodeMode(const QJsonObject& object, qsizet
     mode.isDefault = object.value(isDefaultKey).toBool();
 
     const QJsonValue hotkey = object.value(hotkeyKey);
-    if (!hotkey.isUndefined() && !hotkey.isNull()) {
+    if (!StoredJson::isAbsent(hotkey)) {
         mode.hotkey = Hotkey::fromJson(hotkey);
         if (!mode.hotkey)
             return wrong(hotkeyKey);
@@ -59,7 +61,7 @@ std::variant<Mode, ModeDecodeError> decodeMode(const QJsonObject& object, qsizet
     const QJsonValue defaultPrompt = object.value(defaultPromptKey);
     if (defaultPrompt.isString())
         mode.defaultPrompt = defaultPrompt.toString();
-    else if (!defaultPrompt.isUndefined() && !defaultPrompt.isNull())
+    else if (!StoredJson::isAbsent(defaultPrompt))
         return wrong(defaultPromptKey);
     return mode;
 }
@@ -75,7 +77,7 @@ Mode builtIn(int number, const QString& name, const QString& description, const 
 
 QString storedUuidString(const QUuid& id)
 {
-    return id.toString(QUuid::WithoutBraces).toUpper();
+    return StoredJson::uuidString(id);
 }
 
 QString Mode::idString() const
@@ -94,26 +96,25 @@ QJsonObject Mode::toJson() const
                        {isDefaultKey, isDefault}};
     if (hotkey)
         object.insert(hotkeyKey, hotkey->toJson());
-    if (defaultPrompt)
-        object.insert(defaultPromptKey, *defaultPrompt);
+    StoredJson::insertIfPresent(object, defaultPromptKey, defaultPrompt);
     return object;
 }
 
 QString ModeDecodeError::description() const
 {
-    const QString where = QStringLiteral("mode at index ") + QString::number(index);
+    using StoredJson::RecordFault;
+    const QString record = QStringLiteral("mode at index ") + QString::number(index);
     switch (kind) {
     case Kind::notJson:
         return QStringLiteral("The stored modes are not valid JSON (") + parserMessage + QLatin1Char(')');
     case Kind::notArray:
         return QStringLiteral("The stored modes are not a JSON array");
     case Kind::notObject:
-        return QStringLiteral("The ") + where + QStringLiteral(" is not a JSON object");
+        return StoredJson::describe(RecordFault::notObject, record, key);
     case Kind::missingKey:
-        return QStringLiteral("The ") + where + QStringLiteral(" has no value for key \"") + key + QLatin1Char('"');
+        return StoredJson::describe(RecordFault::missingKey, record, key);
     case Kind::wrongType:
-        return QStringLiteral("The ") + where + QStringLiteral(" has a value of the wrong type for key \"") + key
-            + QLatin1Char('"');
+        return StoredJson::describe(RecordFault::wrongType, record, key);
     }
     return {};
 }

@@ -175,11 +175,13 @@ private Q_SLOTS:
 
     void decodeAcceptsLargeEditCountAndEmptyTrace()
     {
-        const QByteArray json = R"({"id":"7D444840-9DC0-11D1-B245-5FFDCE74FAD2","timestamp":0,"originalText":"",)"
+        // The all-zero id is a UUID like any other.
+        const QByteArray json = R"({"id":"00000000-0000-0000-0000-000000000000","timestamp":0,"originalText":"",)"
                                 R"("fixedText":"","editCount":9007199254740993,"trace":[],"extra":1})";
         const auto decoded = HistoryJson::decodeEntry(QJsonDocument::fromJson(json).object(), 0);
         QVERIFY(std::holds_alternative<FixHistoryEntry>(decoded));
         const FixHistoryEntry entry = std::get<FixHistoryEntry>(decoded);
+        QVERIFY(entry.id.isNull());
         QCOMPARE(entry.editCount, std::optional<qint64>(9007199254740993));
         QCOMPARE(entry.trace, std::optional<QList<TraceEvent>>(QList<TraceEvent>{}));
         QCOMPARE(entry.timestamp.toUTC(), QDateTime(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc()));
