@@ -38,7 +38,7 @@ QList<QJsonObject> events(const QList<RecordedRequest>& requests)
 {
     QList<QJsonObject> all;
     for (const RecordedRequest& request : requests) {
-        const QJsonArray batch = decodeBatch(request).value(QStringLiteral("batch")).toArray();
+        const QJsonArray batch = decodeBatch(request).value("batch").toArray();
         for (const QJsonValue& event : batch)
             all.append(event.toObject());
     }
@@ -49,7 +49,7 @@ QStringList uuids(const QList<QJsonObject>& events)
 {
     QStringList ids;
     for (const QJsonObject& event : events)
-        ids.append(event.value(QStringLiteral("uuid")).toString());
+        ids.append(event.value("uuid").toString());
     return ids;
 }
 
@@ -99,7 +99,7 @@ PostHogConfig testConfig(const TestHttpServer& server, const QString& storageDir
     config.apiKey = QString::fromLatin1(testKey);
     config.host = server.url().toString();
     config.storageDirectory = storageDirectory;
-    config.libraryVersion = QStringLiteral("9.8.7");
+    config.libraryVersion = "9.8.7";
     config.flushInterval = 1h;
     config.flushAt = 1000;
     config.retryInitialDelay = 40ms;
