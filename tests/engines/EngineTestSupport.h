@@ -4,6 +4,8 @@
 #include "support/TestHttpServer.h"
 
 #include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <QCoro/QCoroTask>
 #include <QStringList>
@@ -30,6 +32,38 @@ T finish(QCoro::Task<T>&& task)
     if (!result)
         loop.exec();
     return std::move(*result);
+}
+
+/// A chat-completions answer whose first choice says `content`.
+inline QJsonObject chatAnswer(const QString& content)
+{
+    const QJsonObject message{{"role", "assistant"}, {"content", content}};
+    return {{"choices", QJsonArray{QJsonObject{{"message", message}}}}};
+}
+
+/// The user's message in a chat-completions request.
+inline QString userContent(const RecordedRequest& request)
+{
+    return request.json().value("messages").toArray().at(1).toObject().value("content").toString();
+}
+
+/// An address on 127.0.0.1 where nothing listens: a port that was just free.
+inline QString refusedUrl(const QString& path = {})
+{
+    TestHttpServer probe;
+    if (!probe.listen())
+        return {};
+    const QString url = probe.url(path).toString();
+    probe.close();
+    return url;
+}
+
+/// An answer that is not HTTP at all.
+inline CannedResponse garbage()
+{
+    CannedResponse response;
+    response.garbage = true;
+    return response;
 }
 
 /// The trace as "event: detail" lines, with the milliseconds of response_received blanked out so

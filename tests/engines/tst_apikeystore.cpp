@@ -5,8 +5,6 @@
 #include "support/TestEnvironment.h"
 
 #include <QDirIterator>
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QCoro/QCoroTask>
 
 // Runs against the desktop's real Secret Service (gnome-keyring, unlocked, in a private session).
@@ -44,23 +42,23 @@ private Q_SLOTS:
     void savesReadsAndReplacesTheKey()
     {
         QCOMPARE(read(), std::nullopt);
-        QCOMPARE(write(QStringLiteral("sk-made-up-first")), std::nullopt);
-        QCOMPARE(read(), std::optional<QString>(QStringLiteral("sk-made-up-first")));
-        QCOMPARE(write(QStringLiteral("sk-made-up-ünïcode-€")), std::nullopt);
-        QCOMPARE(read(), std::optional<QString>(QStringLiteral("sk-made-up-ünïcode-€")));
+        QCOMPARE(write("sk-made-up-first"), std::nullopt);
+        QCOMPARE(read(), std::optional<QString>("sk-made-up-first"));
+        QCOMPARE(write("sk-made-up-ünïcode-€"), std::nullopt);
+        QCOMPARE(read(), std::optional<QString>("sk-made-up-ünïcode-€"));
     }
 
     void blankKeyDeletesTheItem_data()
     {
         QTest::addColumn<QString>("blank");
         QTest::newRow("empty") << QString();
-        QTest::newRow("spaces and line breaks") << QStringLiteral("  \n\t");
+        QTest::newRow("spaces and line breaks") << "  \n\t";
     }
 
     void blankKeyDeletesTheItem()
     {
         QFETCH(QString, blank);
-        QCOMPARE(write(QStringLiteral("sk-made-up-to-delete")), std::nullopt);
+        QCOMPARE(write("sk-made-up-to-delete"), std::nullopt);
         QCOMPARE(write(blank), std::nullopt);
         QCOMPARE(read(), std::nullopt);
         // Removing what is not there is no failure either.
@@ -78,18 +76,17 @@ private Q_SLOTS:
     {
         TestHttpServer server;
         QVERIFY(server.listen());
-        server.setDefaultResponse(CannedResponse::json(200, {{QStringLiteral("choices"), QJsonArray{QJsonObject{
-            {QStringLiteral("message"), QJsonObject{{QStringLiteral("content"), QStringLiteral("Fixed.")}}}}}}}));
-        const CustomEndpointConfig config{server.url(QStringLiteral("/v1")).toString(), QString(), true};
+        server.setDefaultResponse(CannedResponse::json(200, EngineTest::chatAnswer("Fixed.")));
+        const CustomEndpointConfig config{server.url("/v1").toString(), QString(), true};
         CustomOpenAIEngine engine([config] { return config; }, [this] { return m_store.readKey(); },
                                   [](const QString&, const QString&) { return qint64(0); });
 
-        QCOMPARE(write(QStringLiteral("sk-made-up-from-keyring")), std::nullopt);
-        QVERIFY(EngineTest::finish(engine.fix(QStringLiteral("text"), QStringLiteral("p"), nullptr, {})).hasValue());
+        QCOMPARE(write("sk-made-up-from-keyring"), std::nullopt);
+        QVERIFY(EngineTest::finish(engine.fix("text", "p", nullptr, {})).hasValue());
         QCOMPARE(server.requests().last().header("authorization"), QByteArray("Bearer sk-made-up-from-keyring"));
 
         QCOMPARE(write(QString()), std::nullopt);
-        QVERIFY(EngineTest::finish(engine.fix(QStringLiteral("text"), QStringLiteral("p"), nullptr, {})).hasValue());
+        QVERIFY(EngineTest::finish(engine.fix("text", "p", nullptr, {})).hasValue());
         QVERIFY(!server.requests().last().headers.contains("authorization"));
     }
 };

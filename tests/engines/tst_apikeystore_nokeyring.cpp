@@ -21,10 +21,10 @@ class ApiKeyStoreWithoutKeyringTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        m_bus.start(QStringLiteral("dbus-daemon"),
-                    {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
+        m_bus.start("dbus-daemon",
+                    {"--nofork", "--print-address",
                      QStringLiteral("--config-file=" TEMBREL_TEST_DATA_DIR "/engines/no-secrets-bus.conf"),
-                     QStringLiteral("--address=unix:path=") + m_environment.root() + QStringLiteral("/runtime/bus")});
+                     "--address=unix:path=" + m_environment.root() + "/runtime/bus"});
         QVERIFY2(m_bus.waitForStarted(), "dbus-daemon is needed for this test");
         QTRY_VERIFY(m_bus.canReadLine());
         const QByteArray address = m_bus.readLine().trimmed();
@@ -50,7 +50,7 @@ private Q_SLOTS:
         QVERIFY(error);
         QCOMPARE(error->operation, ApiKeyStoreError::Operation::save);
         QVERIFY(error->kind == ApiKeyStoreError::Kind::noKeyring || error->kind == ApiKeyStoreError::Kind::failed);
-        QVERIFY(error->message().contains(QStringLiteral("API key")));
+        QVERIFY(error->message().contains("API key"));
         QVERIFY(!error->message().contains(QString::fromLatin1(key)));
 
         // No plaintext fallback anywhere: not in a file, and not readable back.
