@@ -9,10 +9,10 @@
 #include "settings/ModesModel.h"
 #include "settings/SettingsManager.h"
 #include "settings/SettingsWindowTexts.h"
+#include "settings/TitleFont.h"
 #include "settings/UserDefaults.h"
 
 #include <QCoreApplication>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQmlContext>
@@ -27,17 +27,6 @@ const QString skipOnboardingKey = QStringLiteral("skipOnboarding");
 QString counted(qint64 count, const QString& noun)
 {
     return QString::number(count) + QLatin1Char(' ') + noun + (count == 1 ? QString() : QStringLiteral("s"));
-}
-
-// Pacifico ships with the app; when it cannot be loaded the title falls back to a script face.
-QString loadTitleFont()
-{
-    const int id = QFontDatabase::addApplicationFont(QStringLiteral(":/Tembrel/settings/fonts/Pacifico-Regular.woff"));
-    const QStringList families = id >= 0 ? QFontDatabase::applicationFontFamilies(id) : QStringList();
-    if (!families.isEmpty())
-        return families.first();
-    qCWarning(lcSettings) << "Pacifico could not be loaded; the title uses a script font";
-    return QStringLiteral("URW Chancery L");
 }
 
 } // namespace
@@ -179,8 +168,7 @@ QString SettingsWindowController::version() const
 
 QString SettingsWindowController::titleFontFamily() const
 {
-    static const QString family = loadTitleFont();
-    return family;
+    return ::titleFontFamily();
 }
 
 QString SettingsWindowController::historySummary() const

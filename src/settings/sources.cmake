@@ -5,3 +5,4 @@ list(APPEND TEMBREL_CORE_SOURCES
   settings/UsageStatsManager.h settings/UsageStatsManager.cpp
 )
 include(settings/window.cmake)
+include(settings/onboarding.cmake)
