@@ -20,12 +20,12 @@
 #include "modes/ModeManager.h"
 #include "panel/InlineDiffPanelController.h"
 #include "platform/PlatformServices.h"
+#include "settings/OnboardingController.h"
 #include "settings/SettingsManager.h"
 #include "settings/SettingsWindowController.h"
 #include "settings/UsageStatsManager.h"
 
 #include <QCoreApplication>
-#include <QMetaMethod>
 
 struct FixNeighbourAdapters
 {
@@ -160,6 +160,12 @@ void TembrelApp::reportLaunch()
 
 void TembrelApp::showSettings()
 {
+    openSettingsWindow(false);
+    Q_EMIT showSettingsRequested();
+}
+
+void TembrelApp::openSettingsWindow(bool fromOnboarding)
+{
     // The windows come into being on first use: a user who only fixes text never pays for them.
     if (!m_settingsWindow && m_platform->loginItem) {
         m_settingsWindow = std::make_unique<SettingsWindowController>(*m_settings, *m_modes, *m_history,
@@ -169,8 +175,7 @@ void TembrelApp::showSettings()
         m_settingsWindow->setViewHistoryHandler([this] { showHistory(); });
     }
     if (m_settingsWindow)
-        m_settingsWindow->show();
-    Q_EMIT showSettingsRequested();
+        m_settingsWindow->show(fromOnboarding);
 }
 
 void TembrelApp::showHistory()
@@ -186,8 +191,14 @@ void TembrelApp::showHistory()
 
 void TembrelApp::showOnboarding()
 {
-    if (!isSignalConnected(QMetaMethod::fromSignal(&TembrelApp::showOnboardingRequested)))
-        qCInfo(lcApp) << "First launch: onboarding would open here; this build has no onboarding window yet";
+    if (!m_onboarding) {
+        m_onboarding = std::make_unique<OnboardingController>(*m_modes, *m_settings, *m_platform->trust,
+                                                              *m_clipboard, *m_analytics, m_defaults);
+        TaskbarPolicy* taskbar = &m_taskbar;
+        m_onboarding->setWindowCreatedHandler([taskbar](QWindow* window) { taskbar->manage(window); });
+        connect(m_onboarding.get(), &OnboardingController::finished, this, [this] { openSettingsWindow(true); });
+    }
+    m_onboarding->show();
     Q_EMIT showOnboardingRequested();
 }
 

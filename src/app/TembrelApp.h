@@ -19,6 +19,7 @@ class HistoryWindowController;
 class HotkeyManager;
 class InlineDiffPanelController;
 class ModeManager;
+class OnboardingController;
 class SelectionManager;
 class SettingsManager;
 class SettingsWindowController;
@@ -45,7 +46,7 @@ public:
     void showSettings();
     /// Asks for the history window.
     void showHistory();
-    /// Asks for the onboarding window; logs when no window is there to answer.
+    /// Opens the onboarding window; finishing it opens the settings window with its greeting.
     void showOnboarding();
     /// Ends Tembrel through the application's normal exit.
     void quit();
@@ -64,6 +65,8 @@ public:
     [[nodiscard]] TaskbarPolicy& taskbarPolicy() { return m_taskbar; }
     /// The tray menu; null before start().
     [[nodiscard]] StatusMenu* statusMenu() { return m_statusMenu.get(); }
+    /// The onboarding window's controller; null until onboarding was first shown.
+    [[nodiscard]] OnboardingController* onboarding() { return m_onboarding.get(); }
 
 Q_SIGNALS:
     /// The settings window should show itself (not in onboarding mode) and come to the front.
@@ -80,6 +83,7 @@ private:
     void watchModeShortcuts();
     void promptForOnboardingOrTrust();
     void reportLaunch();
+    void openSettingsWindow(bool fromOnboarding);
 
     std::unique_ptr<PlatformServices> m_platform;
     QSettings m_defaults;
@@ -100,6 +104,7 @@ private:
     std::unique_ptr<UpdateController> m_updates;
     std::unique_ptr<SettingsWindowController> m_settingsWindow;
     std::unique_ptr<HistoryWindowController> m_historyWindow;
+    std::unique_ptr<OnboardingController> m_onboarding;
     TaskbarPolicy m_taskbar;
     std::unique_ptr<StatusMenu> m_statusMenu;
     QList<HotkeyConfig> m_registeredConfigs;
