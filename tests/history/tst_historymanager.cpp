@@ -1,12 +1,12 @@
 #include "history/HistoryFile.h"
 #include "history/HistoryManager.h"
 #include "history/StdoutCapture.h"
-#include "modes/LogCapture.h"
 #include "support/SettingsFile.h"
 #include "support/TestData.h"
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -228,8 +228,11 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, data);
         writeFile(m_path, data);
+        const QString folder = QFileInfo(m_path).absolutePath();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Kept the unreadable history file as ")
+                                                              + QRegularExpression::escape(folder)
+                                                              + QStringLiteral("/history\\.json\\.unreadable-[^/]+$")));
         StdoutCapture out;
-        LogCapture log("tembrel.HistoryManager");
         HistoryManager history(*m_settings, m_path);
         const QByteArray printed = out.text();
         QVERIFY2(printed.startsWith("Failed to load history: "), printed.constData());
@@ -239,14 +242,10 @@ private Q_SLOTS:
         // Loading leaves the file alone ...
         QCOMPARE(fileBytes(m_path), data);
         // ... and keeps a copy that the next save cannot touch.
-        const QStringList copies = QDir(QFileInfo(m_path).absolutePath())
-                                       .entryList({QStringLiteral("history.json.unreadable-*")}, QDir::Files);
+        const QStringList copies = QDir(folder).entryList({QStringLiteral("history.json.unreadable-*")}, QDir::Files);
         QCOMPARE(copies.size(), 1);
-        const QString copy = QFileInfo(m_path).absolutePath() + QLatin1Char('/') + copies.first();
+        const QString copy = folder + QLatin1Char('/') + copies.first();
         QCOMPARE(fileBytes(copy), data);
-        QCOMPARE(log.lines().size(), 1);
-        QCOMPARE(log.lines().first().type, QtWarningMsg);
-        QCOMPARE(log.lines().first().message, QStringLiteral("Kept the unreadable history file as ") + copy);
 
         history.addEntry(draft(QStringLiteral("after")));
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
