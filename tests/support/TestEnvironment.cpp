@@ -1,5 +1,6 @@
 #include "support/TestEnvironment.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 TestEnvironment::TestEnvironment()
@@ -14,3 +15,10 @@ TestEnvironment::TestEnvironment()
 }
 
 TestEnvironment::~TestEnvironment() = default;
+
+void TestEnvironment::nameApplication()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Tembrel"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("tembrel.com"));
+    QCoreApplication::setApplicationName(QStringLiteral("Tembrel"));
+}

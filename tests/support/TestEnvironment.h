@@ -15,6 +15,9 @@ public:
     [[nodiscard]] QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
     [[nodiscard]] QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
 
+    /// Names the application as Tembrel does, so that QSettings() reads and writes its domain.
+    static void nameApplication();
+
 private:
     QTemporaryDir m_dir;
 };

@@ -1,6 +1,5 @@
 #include "support/TestHttpServer.h"
 
-#include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QPointer>
 #include <QTcpSocket>
@@ -14,50 +13,23 @@ QJsonObject RecordedRequest::json() const
 
 CannedResponse CannedResponse::json(int status, const QJsonObject& body, int delayMs)
 {
-    CannedResponse r;
-    r.status = status;
-    r.body = QJsonDocument(body).toJson(QJsonDocument::Compact);
-    r.delayMs = delayMs;
-    return r;
+    return {.status = status, .body = QJsonDocument(body).toJson(QJsonDocument::Compact), .delayMs = delayMs};
 }
 
 CannedResponse CannedResponse::text(int status, const QByteArray& body, int delayMs)
 {
-    CannedResponse r;
-    r.status = status;
-    r.body = body;
-    r.contentType = "text/plain";
-    r.delayMs = delayMs;
-    return r;
+    return {.status = status, .body = body, .contentType = "text/plain", .delayMs = delayMs};
 }
 
 CannedResponse CannedResponse::dropped(int delayMs)
 {
-    CannedResponse r;
-    r.drop = true;
-    r.delayMs = delayMs;
-    return r;
+    return {.delayMs = delayMs, .drop = true};
 }
 
 TestHttpServer::TestHttpServer(QObject* parent)
     : QObject(parent)
 {
     connect(&m_server, &QTcpServer::newConnection, this, &TestHttpServer::onNewConnection);
-}
-
-bool TestHttpServer::listen()
-{
-    return m_server.listen(QHostAddress::LocalHost, 0);
-}
-
-void TestHttpServer::close()
-{
-    m_server.close();
-}
-
-quint16 TestHttpServer::port() const
-{
-    return m_server.serverPort();
 }
 
 QUrl TestHttpServer::url(const QString& path) const
@@ -99,18 +71,10 @@ bool takeRequest(QByteArray& buffer, RecordedRequest& request)
 
 QByteArray reasonPhrase(int status)
 {
-    switch (status) {
-    case 200: return "OK";
-    case 400: return "Bad Request";
-    case 401: return "Unauthorized";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 429: return "Too Many Requests";
-    case 500: return "Internal Server Error";
-    case 502: return "Bad Gateway";
-    case 503: return "Service Unavailable";
-    default: return "Status";
-    }
+    static const QHash<int, QByteArray> phrases{
+        {200, "OK"}, {400, "Bad Request"}, {401, "Unauthorized"}, {403, "Forbidden"}, {404, "Not Found"},
+        {429, "Too Many Requests"}, {500, "Internal Server Error"}, {502, "Bad Gateway"}, {503, "Service Unavailable"}};
+    return phrases.value(status, "Status");
 }
 
 } // namespace

@@ -48,9 +48,9 @@ public:
 
     explicit TestHttpServer(QObject* parent = nullptr);
 
-    bool listen();
-    void close();
-    [[nodiscard]] quint16 port() const;
+    bool listen() { return m_server.listen(QHostAddress::LocalHost, 0); }
+    void close() { m_server.close(); }
+    [[nodiscard]] quint16 port() const { return m_server.serverPort(); }
     [[nodiscard]] QUrl url(const QString& path = {}) const;
 
     void setDefaultResponse(const CannedResponse& response) { m_default = response; }

@@ -27,22 +27,24 @@ private:
     QNetworkAccessManager m_network;
 
 private Q_SLOTS:
-    void recordsRequestAndAnswersInQueueOrder()
+    void answersFromQueueThenHandlerThenDefaultAndRecords()
     {
         TestHttpServer server;
         QVERIFY(server.listen());
         server.enqueue(CannedResponse::json(429, {{QStringLiteral("error"), QStringLiteral("slow down")}}));
+        server.setHandler([](const RecordedRequest& r) { return CannedResponse::text(201, r.body.toUpper()); });
         server.setDefaultResponse(CannedResponse::text(200, "fine"));
 
-        QScopedPointer<QNetworkReply> first(post(server, R"({"text":"héllo"})"));
-        QCOMPARE(first->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 429);
-        QCOMPARE(first->readAll(), QByteArray(R"({"error":"slow down"})"));
-
-        QScopedPointer<QNetworkReply> second(post(server, "x"));
-        QCOMPARE(second->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
-        QCOMPARE(second->readAll(), QByteArray("fine"));
-
-        QCOMPARE(server.requestCount(), 2);
+        const QList<std::tuple<QByteArray, int, QByteArray>> exchanges{
+            {R"({"text":"héllo"})", 429, R"({"error":"slow down"})"}, {"shout", 201, "SHOUT"}, {"x", 200, "fine"}};
+        for (const auto& [body, status, answer] : exchanges) {
+            if (status == 200)
+                server.setHandler({});
+            QScopedPointer<QNetworkReply> reply(post(server, body));
+            QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), status);
+            QCOMPARE(reply->readAll(), answer);
+        }
+        QCOMPARE(server.requestCount(), 3);
         const RecordedRequest request = server.requests().first();
         QCOMPARE(request.method, QByteArray("POST"));
         QCOMPARE(request.path, QByteArray("/api/fix"));
@@ -74,16 +76,6 @@ private Q_SLOTS:
         QScopedPointer<QNetworkReply> reply(post(server, "{}"));
         QVERIFY(timer.elapsed() >= 290);
         QCOMPARE(reply->readAll(), QByteArray("late"));
-    }
-
-    void handlerSeesTheRequest()
-    {
-        TestHttpServer server;
-        QVERIFY(server.listen());
-        server.setHandler([](const RecordedRequest& r) { return CannedResponse::text(201, r.body.toUpper()); });
-        QScopedPointer<QNetworkReply> reply(post(server, "shout"));
-        QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 201);
-        QCOMPARE(reply->readAll(), QByteArray("SHOUT"));
     }
 };
 
