@@ -3,8 +3,6 @@
 #include "analytics/Gzip.h"
 #include "analytics/SessionTracker.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTimeZone>
@@ -90,17 +88,6 @@ private Q_SLOTS:
         QCOMPARE(Analytics::backoffDelay(attempt, production.retryInitialDelay, production.retryMaxDelay).count(), expectedMs);
     }
 
-    void batchBodyHasTheServiceShape()
-    {
-        const QDateTime sentAt(QDate(2024, 5, 1), QTime(9, 30, 0, 5), Qt::UTC);
-        const QJsonObject a {{"event", "a"}};
-        const QJsonObject b {{"event", "b"}};
-        const QJsonObject body = QJsonDocument::fromJson(Analytics::batchBody("phc_made_up", {a, b}, sentAt)).object();
-        QCOMPARE(body.value("api_key").toString(), "phc_made_up");
-        QCOMPARE(body.value("sent_at").toString(), "2024-05-01T09:30:00.005Z");
-        QCOMPARE(body.value("batch").toArray(), (QJsonArray {a, b}));
-    }
-
     void timestampsAreUtcWithMilliseconds()
     {
         const QDateTime local(QDate(2024, 12, 31), QTime(23, 59, 59, 999), QTimeZone(3600));
@@ -126,14 +113,10 @@ private Q_SLOTS:
         const QString first = Analytics::createUuidV7(time);
         const QString second = Analytics::createUuidV7(time);
         QVERIFY(first != second);
-        // QUuid of Qt 6.4 knows versions up to 5 only, so the version nibble is read from the text.
-        const QUuid uuid = QUuid::fromString(first);
-        QVERIFY(!uuid.isNull());
-        QCOMPARE(uuid.variant(), QUuid::DCE);
-        QCOMPARE(first.at(14), QLatin1Char('7'));
+        // Version 7, the standard variant; QUuid of Qt 6.4 knows versions up to 5 only.
+        QVERIFY(QRegularExpression("^[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}$").match(first).hasMatch());
         const QString hex = first.left(8) + first.mid(9, 4);
         QCOMPARE(hex.toLongLong(nullptr, 16), time.toMSecsSinceEpoch());
-        QVERIFY(QRegularExpression("^[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}$").match(first).hasMatch());
     }
 
     void sessionRotatesAfterThirtyIdleMinutes()

@@ -41,64 +41,58 @@ private Q_SLOTS:
         QCOMPARE(rig.analytics.events[0].second.value("endpoint_type"), QVariant("custom"));
     }
 
-    void twoQuickPressesShowOnlyTheSecondRun()
+    void aSecondPressReplacesTheRunInFlight_data()
     {
+        QTest::addColumn<bool>("duringRequest");
+        QTest::addColumn<QStringList>("phases");
+        QTest::addColumn<QString>("firstRunsLastStep");
+        QTest::newRow("while capturing") << false << QStringList{"loading", "success"} << "hotkey_pressed";
+        QTest::newRow("while the engine works") << true << QStringList{"loading", "loading", "success"}
+                                                << "request_started";
+    }
+
+    void aSecondPressReplacesTheRunInFlight()
+    {
+        QFETCH(bool, duringRequest);
+        QFETCH(QStringList, phases);
+        QFETCH(QString, firstRunsLastStep);
         CoordinatorRig rig;
+        Gate gate;
         rig.selection.answers = {plainContent("first teh"), plainContent("second teh")};
-        rig.selection.delayMs = 40;
         rig.cloud.answer = fixTypo;
+        if (duringRequest)
+            rig.cloud.gate = &gate;
+        else
+            rig.selection.delayMs = 40;
         QSignalSpy processing(rig.coordinator.get(), &FixCoordinator::isProcessingChanged);
         rig.coordinator->startFix("mode-fix");
         const TracePtr firstTrace = rig.coordinator->currentTrace();
         rig.coordinator->startFix("mode-pro");
         QVERIFY(rig.coordinator->currentTrace() != firstTrace);
-        QVERIFY(rig.coordinator->isProcessing());
+        if (duringRequest) {
+            // The first request saw its cancellation and came back, but its run stayed silent.
+            QVERIFY(rig.cloud.calls[0].cancel.isCancelled() && !rig.cloud.calls[1].cancel.isCancelled());
+            QTRY_COMPARE(rig.cloud.finished, 1);
+            QVERIFY(rig.coordinator->isProcessing());
+            gate.open();
+        }
         QTRY_VERIFY(!rig.coordinator->isProcessing());
 
         // One continuous run as far as anyone watching can tell.
         QCOMPARE(processing.count(), 2);
         QCOMPARE(rig.selection.calls, 2);
-        QCOMPARE(rig.panel.phases(), (QStringList{"loading", "success"}));
-        QCOMPARE(rig.panel.shown.last().result->originalText, "second teh");
-        QCOMPARE(rig.cloud.calls.size(), 1);
-        QCOMPARE(rig.cloud.calls[0].prompt, "Sound professional.");
+        QCOMPARE(rig.panel.phases(), phases);
+        QCOMPARE(rig.panel.shown.last().result->fixedText, "second the");
+        QCOMPARE(rig.cloud.calls.last().prompt, "Sound professional.");
         QCOMPARE(rig.clipboard.writes.size(), 1);
         QCOMPARE(rig.history.records.size(), 1);
         QCOMPARE(rig.history.records[0].modeName, std::optional<QString>("Professional"));
         QVERIFY(rig.analytics.failures.isEmpty());
         // The replaced run recorded nothing after it was replaced, and nothing into its successor's trace.
-        QCOMPARE(firstTrace->events().size(), 1);
+        QCOMPARE(firstTrace->events().last().event, firstRunsLastStep);
         QCOMPARE(count(rig.coordinator->currentTrace(), "hotkey_pressed"), 1);
         QCOMPARE(count(rig.coordinator->currentTrace(), "clipboard_read"), 1);
         QCOMPARE(rig.coordinator->pendingContent()->plainText, "second teh");
-    }
-
-    void pressDuringTheRequestDropsTheFirstRun()
-    {
-        CoordinatorRig rig;
-        Gate gate;
-        rig.cloud.gate = &gate;
-        rig.cloud.answer = fixTypo;
-        rig.selection.answers = {plainContent("first teh"), plainContent("second teh")};
-        rig.coordinator->startFix("mode-fix");
-        const TracePtr firstTrace = rig.coordinator->currentTrace();
-        QCOMPARE(rig.cloud.calls.size(), 1);
-        rig.coordinator->startFix("mode-pro");
-
-        // The first request saw its cancellation and came back, but its run stayed silent.
-        QVERIFY(rig.cloud.calls[0].cancel.isCancelled());
-        QVERIFY(!rig.cloud.calls[1].cancel.isCancelled());
-        QTRY_COMPARE(rig.cloud.finished, 1);
-        QVERIFY(rig.coordinator->isProcessing());
-        QCOMPARE(rig.panel.phases(), (QStringList{"loading", "loading"}));
-
-        gate.open();
-        QTRY_VERIFY(!rig.coordinator->isProcessing());
-        QCOMPARE(rig.panel.phases(), (QStringList{"loading", "loading", "success"}));
-        QCOMPARE(rig.panel.shown.last().result->fixedText, "second the");
-        QCOMPARE(firstTrace->events().last().event, "request_started");
-        QCOMPARE(rig.clipboard.writes.size(), 1);
-        QCOMPARE(rig.history.records.size(), 1);
     }
 
     void cancelWhileLoadingShowsNothingMore()

@@ -5,6 +5,7 @@
 // nor in the log.
 #include "AnalyticsWire.h"
 #include "FixTestBackends.h"
+#include "engines/EngineTestSupport.h"
 
 #include "analytics/AnalyticsManager.h"
 #include "analytics/PostHogClient.h"
@@ -22,7 +23,6 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QJsonArray>
 #include <QLoggingCategory>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -51,17 +51,14 @@ void keepLog(QtMsgType type, const QMessageLogContext& context, const QString& m
 QString userText(const RecordedRequest& request)
 {
     const QJsonObject body = request.json();
-    return body.contains("text") ? body.value("text").toString()
-                                 : body.value("messages").toArray().last().toObject().value("content").toString();
+    return body.contains("text") ? body.value("text").toString() : EngineTest::userContent(request);
 }
 
 // The service's answer in the protocol of the endpoint that was asked.
 CannedResponse answer(const RecordedRequest& request, const QString& fixed)
 {
-    if (request.path.endsWith("/api/fix"))
-        return CannedResponse::json(200, {{"fixedText", fixed}, {"editCount", 2}});
-    const QJsonObject message{{"role", "assistant"}, {"content", fixed}};
-    return CannedResponse::json(200, {{"choices", QJsonArray{QJsonObject{{"message", message}}}}});
+    const QJsonObject cloud{{"fixedText", fixed}, {"editCount", 2}};
+    return CannedResponse::json(200, request.path.endsWith("/api/fix") ? cloud : EngineTest::chatAnswer(fixed));
 }
 
 const Serve fixes = [](const RecordedRequest& r) { return answer(r, "The " + fixedMarker + " plan was approved."); };
