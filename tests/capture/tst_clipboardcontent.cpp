@@ -3,194 +3,126 @@
 #include "capture/ClipboardTypes.h"
 #include "capture/RtfReader.h"
 
-#include <QFile>
-#include <QGuiApplication>
 #include <QMimeData>
-#include <QTextDocument>
 #include <QtTest>
+
+using Offer = QList<QPair<QString, QByteArray>>;
 
 namespace {
 
 const QString slackDelta = QStringLiteral(R"({"ops":[{"insert":"Hey "},{"insert":"team","attributes":{"bold":true}},{"insert":"\n"}]})");
+const QByteArray rtf = "{\\rtf1\\ansi Dear {\\b team}\\par}";
 
 QByteArray slackBlob(const QString& delta)
 {
     return ChromiumCustomData::write({{"text/plain", "ignored"}, {ClipboardTypes::slackTexty, delta}});
 }
 
-QByteArray fixture(const QString& name)
+std::optional<ClipboardContent> contentOf(const Offer& offer)
 {
-    QFile file(QStringLiteral(TEMBREL_TEST_DATA_DIR "/capture/") + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QMimeData data;
+    for (const auto& [type, bytes] : offer)
+        data.setData(type, bytes);
+    return ClipboardManager::contentFrom(data);
 }
 
 } // namespace
 
+// Which of the formats an application offers Tembrel reads, and what it makes of it.
 class TestClipboardContent : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void slackWinsOverEverything()
+    void readsTheRichestFormat_data()
     {
-        QMimeData data;
-        data.setData(ClipboardTypes::chromiumCustomData, slackBlob(slackDelta));
-        data.setHtml(QStringLiteral("<p>Slack's poorer HTML</p>"));
-        data.setText(QStringLiteral("plain"));
-        const auto content = ClipboardManager::contentFrom(data);
-        QVERIFY(content);
-        QCOMPARE(content->html, QStringLiteral("<p>Hey <strong>team</strong></p>"));
-        QCOMPARE(content->plainText, QStringLiteral("Hey team"));
-        QCOMPARE(content->sourceFormat, SourceFormat::html);
-        QVERIFY(!content->isFromGoogleDocs);
-        QVERIFY(!content->originalRTF);
-    }
-
-    void blankSlackDeltaYieldsNothing()
-    {
-        QMimeData data;
-        data.setData(ClipboardTypes::chromiumCustomData, slackBlob(R"({"ops":[{"insert":"  \n"}]})"));
-        data.setHtml(QStringLiteral("<p>would be read otherwise</p>"));
-        QCOMPARE(ClipboardManager::contentFrom(data), std::nullopt);
-    }
-
-    void slackFallsThrough_data()
-    {
-        QTest::addColumn<QByteArray>("blob");
-        const QByteArray good = slackBlob(slackDelta);
-        QTest::newRow("delta not json") << slackBlob("not json");
-        QTest::newRow("truncated second string") << good.left(good.size() - 6);
-        QTest::newRow("no slack key") << ChromiumCustomData::write({{"other", slackDelta}});
-        QTest::newRow("no entries") << ChromiumCustomData::write({});
-    }
-
-    void slackFallsThrough()
-    {
-        QFETCH(QByteArray, blob);
-        QMimeData data;
-        data.setData(ClipboardTypes::chromiumCustomData, blob);
-        data.setHtml(QStringLiteral("<p>From <b>HTML</b></p>"));
-        const auto content = ClipboardManager::contentFrom(data);
-        QVERIFY(content);
-        QCOMPARE(content->html, QStringLiteral("<p>From <b>HTML</b></p>"));
-        QCOMPARE(content->plainText, QStringLiteral("From HTML"));
-    }
-
-    void htmlRule_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<Offer>("offer");
         QTest::addColumn<QString>("html");
         QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("format");
         QTest::addColumn<bool>("googleDocs");
-        QTest::newRow("chromium utf-8 with meta")
-            << QByteArray("<meta charset='utf-8'><p>caf\xC3\xA9</p><p>two</p>") << QStringLiteral("<meta charset='utf-8'><p>café</p><p>two</p>")
-            << QStringLiteral("café\ntwo") << false;
-        QTest::newRow("utf-16 with mark")
-            << QByteArray::fromHex("fffe3c0062003e00e9003c002f0062003e00") << QStringLiteral("<b>é</b>") << QStringLiteral("é") << false;
-        QTest::newRow("google docs")
-            << QByteArray("<b id=\"docs-internal-guid-abc\"><p>Doc</p></b>") << QStringLiteral("<b id=\"docs-internal-guid-abc\"><p>Doc</p></b>")
-            << QStringLiteral("Doc") << true;
-        QTest::newRow("line break and separators")
-            << QByteArray("<p>a<br>b</p>") << QStringLiteral("<p>a<br>b</p>") << QStringLiteral("a\nb") << false;
+        QTest::addColumn<QByteArray>("keptRtf");
+        const int html = int(SourceFormat::html);
+        const Offer plain{{"text/plain", "plain"}};
+
+        QTest::newRow("slack delta wins over html and text")
+            << Offer{{ClipboardTypes::chromiumCustomData, slackBlob(slackDelta)}, {"text/html", "<p>Slack's poorer HTML</p>"},
+                     {"text/plain", "plain"}}
+            << "<p>Hey <strong>team</strong></p>" << "Hey team" << html << false << QByteArray();
+        const QByteArray good = slackBlob(slackDelta);
+        const QList<QPair<const char*, QByteArray>> brokenSlack{
+            {"delta not json", slackBlob("not json")},
+            {"truncated second string", good.left(good.size() - 6)},
+            {"no slack key", ChromiumCustomData::write({{"other", slackDelta}})},
+            {"no entries", ChromiumCustomData::write({})}};
+        for (const auto& [name, blob] : brokenSlack)
+            QTest::addRow("slack falls through: %s", name)
+                << Offer{{ClipboardTypes::chromiumCustomData, blob}, {"text/html", "<p>From <b>HTML</b></p>"}}
+                << "<p>From <b>HTML</b></p>" << "From HTML" << html << false << QByteArray();
+
+        const Offer rtfAndPlain{{ClipboardTypes::rtf, "{\\rtf1 rtf}"}, {"text/plain", "plain"}};
+        QTest::newRow("html over rtf: chromium utf-8 with meta")
+            << Offer{{"text/html", "<meta charset='utf-8'><p>caf\xC3\xA9</p><p>two</p>"}} + rtfAndPlain
+            << "<meta charset='utf-8'><p>café</p><p>two</p>" << "café\ntwo" << html << false << QByteArray();
+        QTest::newRow("html over rtf: utf-16 with mark")
+            << Offer{{"text/html", QByteArray::fromHex("fffe3c0062003e00e9003c002f0062003e00")}} + rtfAndPlain
+            << "<b>é</b>" << "é" << html << false << QByteArray();
+        QTest::newRow("html over rtf: google docs")
+            << Offer{{"text/html", "<b id=\"docs-internal-guid-abc\"><p>Doc</p></b>"}} + rtfAndPlain
+            << "<b id=\"docs-internal-guid-abc\"><p>Doc</p></b>" << "Doc" << html << true << QByteArray();
+        QTest::newRow("html over rtf: line break")
+            << Offer{{"text/html", "<p>a<br>b</p>"}} + rtfAndPlain << "<p>a<br>b</p>" << "a\nb" << html << false << QByteArray();
+
+        for (const char* type : {"text/rtf", "application/rtf", "text/richtext"})
+            QTest::addRow("rtf over plain as %s", type)
+                << Offer{{type, rtf}} + plain << "<p>Dear <strong>team</strong></p>" << "Dear team" << int(SourceFormat::rtf)
+                << false << rtf;
+        QTest::newRow("rtf that does not open falls to plain")
+            << Offer{{ClipboardTypes::rtf, "not rtf at all"}} + plain << "<p>plain</p>" << "plain"
+            << int(SourceFormat::plainText) << false << QByteArray();
+        QTest::newRow("plain text escaped once")
+            << Offer{{"text/plain", "a < b & \"c\"\nit's &amp;"}}
+            << "<p>a &lt; b &amp; &quot;c&quot;<br>it&#39;s &amp;amp;</p>" << "a < b & \"c\"\nit's &amp;"
+            << int(SourceFormat::plainText) << false << QByteArray();
     }
 
-    void htmlRule()
+    void readsTheRichestFormat()
     {
-        QFETCH(QByteArray, bytes);
+        QFETCH(Offer, offer);
         QFETCH(QString, html);
         QFETCH(QString, text);
+        QFETCH(int, format);
         QFETCH(bool, googleDocs);
-        QMimeData data;
-        data.setData(ClipboardTypes::html, bytes);
-        data.setData(ClipboardTypes::rtf, QByteArray("{\\rtf1 rtf}"));
-        data.setText(QStringLiteral("plain"));
-        const auto content = ClipboardManager::contentFrom(data);
+        QFETCH(QByteArray, keptRtf);
+        const auto content = contentOf(offer);
         QVERIFY(content);
-        QCOMPARE(content->html, html);
+        QCOMPARE(content->html.value_or(QStringLiteral("<none>")), html);
         QCOMPARE(content->plainText, text);
-        QCOMPARE(content->sourceFormat, SourceFormat::html);
+        QCOMPARE(int(content->sourceFormat), format);
         QCOMPARE(content->isFromGoogleDocs, googleDocs);
-        QVERIFY(!content->originalRTF);
+        QCOMPARE(content->originalRTF.value_or(QByteArray()), keptRtf);
+        // What goes on to the fix keeps every field but the RTF bytes.
+        QCOMPARE(CapturedContent(*content), (CapturedContent{text, html, SourceFormat(format), googleDocs}));
     }
 
-    void blankHtmlYieldsNothingEvenWithOthers()
+    // A blank richest format means the selection was blank: the poorer ones are not read instead.
+    void blankYieldsNothing_data()
     {
-        QMimeData data;
-        data.setData(ClipboardTypes::rtf, QByteArray("{\\rtf1 rtf}"));
-        data.setText(QStringLiteral("plain"));
-        data.setHtml(QStringLiteral("<p> </p><br>\n<div>\r\n</div>"));
-        QCOMPARE(ClipboardManager::contentFrom(data), std::nullopt);
+        QTest::addColumn<Offer>("offer");
+        const Offer rtfAndPlain{{ClipboardTypes::rtf, "{\\rtf1 rtf}"}, {"text/plain", "plain"}};
+        QTest::newRow("blank slack delta")
+            << Offer{{ClipboardTypes::chromiumCustomData, slackBlob(R"({"ops":[{"insert":"  \n"}]})")},
+                     {"text/html", "<p>would be read otherwise</p>"}};
+        QTest::newRow("blank html") << Offer{{"text/html", "<p> </p><br>\n<div>\r\n</div>"}} + rtfAndPlain;
+        QTest::newRow("blank rtf") << Offer{{ClipboardTypes::rtf, "{\\rtf1{\\fonttbl{\\f0 Arial;}} \\par }"}, {"text/plain", "plain"}};
+        QTest::newRow("no text at all") << Offer{{"image/png", "\x89PNG"}};
+        QTest::newRow("blank text") << Offer{{"text/plain", " \n\t "}, {"image/png", "\x89PNG"}};
     }
 
-    void rtfRule_data()
+    void blankYieldsNothing()
     {
-        QTest::addColumn<QString>("type");
-        QTest::newRow("text/rtf") << QStringLiteral("text/rtf");
-        QTest::newRow("application/rtf") << QStringLiteral("application/rtf");
-        QTest::newRow("text/richtext") << QStringLiteral("text/richtext");
-    }
-
-    void rtfRule()
-    {
-        QFETCH(QString, type);
-        const QByteArray rtf = fixture(QStringLiteral("textedit-sample.rtf"));
-        QMimeData data;
-        data.setData(type, rtf);
-        data.setText(QStringLiteral("plain"));
-        const auto content = ClipboardManager::contentFrom(data);
-        QVERIFY(content);
-        QCOMPARE(content->sourceFormat, SourceFormat::rtf);
-        QCOMPARE(content->originalRTF, rtf);
-        QVERIFY(content->plainText.startsWith(QStringLiteral("Dear team,\nthis has bold")));
-        QVERIFY(content->html->startsWith(QStringLiteral("<p>Dear team,</p>")));
-        QVERIFY(!content->isFromGoogleDocs);
-    }
-
-    void rtfThatDoesNotOpenFallsToPlain()
-    {
-        QMimeData data;
-        data.setData(ClipboardTypes::rtf, QByteArray("not rtf at all"));
-        data.setText(QStringLiteral("plain"));
-        const auto content = ClipboardManager::contentFrom(data);
-        QVERIFY(content);
-        QCOMPARE(content->sourceFormat, SourceFormat::plainText);
-    }
-
-    void blankRtfYieldsNothing()
-    {
-        QMimeData data;
-        data.setData(ClipboardTypes::rtf, QByteArray("{\\rtf1{\\fonttbl{\\f0 Arial;}} \\par }"));
-        data.setText(QStringLiteral("plain"));
-        QCOMPARE(ClipboardManager::contentFrom(data), std::nullopt);
-    }
-
-    void plainRule()
-    {
-        QMimeData data;
-        const QString text = QStringLiteral("a < b & \"c\"\nit's &amp;");
-        data.setText(text);
-        const auto content = ClipboardManager::contentFrom(data);
-        QVERIFY(content);
-        QCOMPARE(content->plainText, text);
-        QCOMPARE(content->html, QStringLiteral("<p>a &lt; b &amp; &quot;c&quot;<br>it&#39;s &amp;amp;</p>"));
-        QCOMPARE(content->sourceFormat, SourceFormat::plainText);
-    }
-
-    void nothingUsable_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("no text") << QString();
-        QTest::newRow("blank text") << QStringLiteral(" \n\t ");
-    }
-
-    void nothingUsable()
-    {
-        QFETCH(QString, text);
-        QMimeData data;
-        if (!text.isNull())
-            data.setText(text);
-        data.setData(QStringLiteral("image/png"), QByteArray("\x89PNG"));
-        QCOMPARE(ClipboardManager::contentFrom(data), std::nullopt);
+        QFETCH(Offer, offer);
+        QCOMPARE(contentOf(offer), std::nullopt);
     }
 
     void htmlToPlainText_data()
@@ -213,19 +145,7 @@ private Q_SLOTS:
 
     void hugeHtmlIsStrippedNotLaidOut()
     {
-        const QString huge = QStringLiteral("<p>x</p>").repeated(600'000);
-        const QString text = ClipboardManager::htmlToPlainText(huge);
-        QCOMPARE(text.size(), 600'000);
-    }
-
-    void attributedStringToHTML()
-    {
-        QTextDocument document;
-        document.setHtml(QStringLiteral("<p>Hello <b>there</b></p>"));
-        const QString html = ClipboardManager::attributedStringToHTML(document);
-        QVERIFY(!html.contains(QStringLiteral("<body")));
-        QVERIFY(html.contains(QStringLiteral("there")));
-        QVERIFY(html.contains(QStringLiteral("font-weight")));
+        QCOMPARE(ClipboardManager::htmlToPlainText(QStringLiteral("<p>x</p>").repeated(600'000)).size(), 600'000);
     }
 
     void htmlToRtfKeepsFormatting()
@@ -242,61 +162,54 @@ private Q_SLOTS:
                                 "<ol><li>first</li></ol><p>a<br>b</p>"));
     }
 
-    void fixedContentForPlainSourceIsTextOnly()
-    {
-        std::unique_ptr<QMimeData> data(ClipboardManager::fixedContentData(
-            QStringLiteral("<p>Fixed &amp; done</p>"), CapturedContent{"x", "<p>x</p>", SourceFormat::plainText, false}));
-        QCOMPARE(data->formats(), QStringList{QStringLiteral("text/plain")});
-        QCOMPARE(data->text(), QStringLiteral("Fixed & done"));
-    }
-
-    void fixedContentForRichSource_data()
+    void fixedContent_data()
     {
         QTest::addColumn<int>("format");
-        QTest::newRow("html") << int(SourceFormat::html);
-        QTest::newRow("rtf") << int(SourceFormat::rtf);
+        QTest::addColumn<bool>("googleDocs");
+        QTest::addColumn<QString>("fixed");
+        QTest::addColumn<QStringList>("formats");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("html");
+        const QStringList rich{ClipboardTypes::html, "text/plain", ClipboardTypes::rtf};
+        QTest::newRow("plain source: text only") << int(SourceFormat::plainText) << false << "<p>Fixed &amp; done</p>"
+                                                 << QStringList{"text/plain"} << "Fixed & done" << "";
+        QTest::newRow("html source") << int(SourceFormat::html) << false << "<p>Fixed <b>now</b></p>" << rich << "Fixed now"
+                                     << "<p>Fixed <b>now</b></p>";
+        QTest::newRow("rtf source") << int(SourceFormat::rtf) << false << "<p>Fixed <b>now</b></p>" << rich << "Fixed now"
+                                    << "<p>Fixed <b>now</b></p>";
+        QTest::newRow("google docs: marker gone, clip cache invalidated")
+            << int(SourceFormat::html) << true << "<b style=\"x\" id=\"docs-internal-guid-12ab\"><p>Fixed</p></b>"
+            << rich + QStringList{ClipboardTypes::chromiumCustomData, ClipboardTypes::googleDocsClipId} << "Fixed"
+            << "<b style=\"x\"><p>Fixed</p></b>";
     }
 
-    void fixedContentForRichSource()
+    void fixedContent()
     {
         QFETCH(int, format);
+        QFETCH(bool, googleDocs);
+        QFETCH(QString, fixed);
+        QFETCH(QStringList, formats);
+        QFETCH(QString, text);
+        QFETCH(QString, html);
         std::unique_ptr<QMimeData> data(ClipboardManager::fixedContentData(
-            QStringLiteral("<p>Fixed <b>now</b></p>"), CapturedContent{"x", "<p>x</p>", SourceFormat(format), false}));
-        QCOMPARE(data->text(), QStringLiteral("Fixed now"));
-        QCOMPARE(data->html(), QStringLiteral("<p>Fixed <b>now</b></p>"));
-        QVERIFY(data->data(ClipboardTypes::rtf).startsWith("{\\rtf1"));
-        QVERIFY(!data->hasFormat(ClipboardTypes::chromiumCustomData));
-        QVERIFY(!data->hasFormat(ClipboardTypes::googleDocsClipId));
-    }
-
-    void fixedContentForGoogleDocs()
-    {
-        const QString fixed = QStringLiteral("<b style=\"x\" id=\"docs-internal-guid-12ab\"><p>Fixed</p></b>");
-        std::unique_ptr<QMimeData> data(
-            ClipboardManager::fixedContentData(fixed, CapturedContent{"x", "<p>x</p>", SourceFormat::html, true}));
-        QVERIFY(!data->html().contains(QStringLiteral("docs-internal-guid")));
-        QCOMPARE(data->html(), QStringLiteral("<b style=\"x\"><p>Fixed</p></b>"));
-        const auto custom = ChromiumCustomData::read(data->data(ClipboardTypes::chromiumCustomData));
-        QVERIFY(custom);
-        QVERIFY(custom->contains(ClipboardTypes::googleDocsClipId));
-        QCOMPARE(custom->value(ClipboardTypes::googleDocsClipId), QString());
-        QVERIFY(data->hasFormat(ClipboardTypes::googleDocsClipId));
-        QVERIFY(data->data(ClipboardTypes::googleDocsClipId).isEmpty());
-    }
-
-    void clipboardContentConverts()
-    {
-        const ClipboardContent content{"t", "<p>t</p>", QByteArray("{\\rtf1 t}"), SourceFormat::rtf, true};
-        const CapturedContent captured = content;
-        QCOMPARE(captured, (CapturedContent{"t", "<p>t</p>", SourceFormat::rtf, true}));
+            fixed, CapturedContent{"x", "<p>x</p>", SourceFormat(format), googleDocs}));
+        QStringList written = data->formats();
+        written.sort();
+        formats.sort();
+        QCOMPARE(written, formats);
+        QCOMPARE(data->text(), text);
+        QCOMPARE(data->html(), html);
+        if (formats.contains(ClipboardTypes::rtf))
+            QVERIFY(data->data(ClipboardTypes::rtf).startsWith("{\\rtf1"));
+        if (googleDocs) {
+            // Docs reads the clip id from Chromium's pickle; an empty one stops it pasting its cache.
+            const auto custom = ChromiumCustomData::read(data->data(ClipboardTypes::chromiumCustomData));
+            QVERIFY(custom);
+            QCOMPARE(custom->value(ClipboardTypes::googleDocsClipId, QStringLiteral("<absent>")), QString());
+            QCOMPARE(data->data(ClipboardTypes::googleDocsClipId), QByteArray());
+        }
     }
 };
 
-int main(int argc, char** argv)
-{
-    QGuiApplication app(argc, argv);
-    TestClipboardContent test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(TestClipboardContent)
 #include "tst_clipboardcontent.moc"

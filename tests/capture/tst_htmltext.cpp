@@ -34,13 +34,6 @@ private Q_SLOTS:
         QCOMPARE(HtmlText::decode(data), text);
     }
 
-    void plainTextBecomesParagraph()
-    {
-        QCOMPARE(HtmlText::plainTextToHtml(QStringLiteral("a<b & \"c\"\nd's")),
-                 QStringLiteral("<p>a&lt;b &amp; &quot;c&quot;<br>d&#39;s</p>"));
-        QCOMPARE(HtmlText::plainTextToHtml(QStringLiteral("&amp;")), QStringLiteral("<p>&amp;amp;</p>"));
-    }
-
     void stripsTags_data()
     {
         QTest::addColumn<QString>("html");
@@ -60,44 +53,35 @@ private Q_SLOTS:
         QCOMPARE(HtmlText::stripTags(html), text);
     }
 
-    void cleansTailwindOnlyFromFifty_data()
+    // Tailwind's custom properties mark HTML whose inline styles would drown the text.
+    void cleansForFix_data()
     {
-        QTest::addColumn<int>("occurrences");
-        QTest::addColumn<bool>("cleaned");
-        QTest::newRow("49") << 49 << false;
-        QTest::newRow("50") << 50 << true;
-        QTest::newRow("51") << 51 << true;
-    }
-
-    void cleansTailwindOnlyFromFifty()
-    {
-        QFETCH(int, occurrences);
-        QFETCH(bool, cleaned);
-        QString style;
-        for (int i = 0; i < occurrences; ++i)
-            style += QStringLiteral("--tw-v%1:0;").arg(i);
-        const QString html = QStringLiteral("<style>\n.a{color:red}\n</style><p style=\"") + style
-            + QStringLiteral("\" class=\"x\">Hi</p><stylesheet>y</style>z");
-        const QString result = HtmlText::cleanForFix(html);
-        if (cleaned)
-            QCOMPARE(result, QStringLiteral("<p class=\"x\">Hi</p>z"));
-        else
-            QCOMPARE(result, html);
-    }
-
-    void overlappingMarkersCountOnce()
-    {
+        QTest::addColumn<QString>("html");
+        QTest::addColumn<QString>("cleaned");
+        const auto tailwind = [](int occurrences) -> QString {
+            QString style;
+            for (int i = 0; i < occurrences; ++i)
+                style += QStringLiteral("--tw-v%1:0;").arg(i);
+            return QStringLiteral("<style>\n.a{color:red}\n</style><p style=\"") + style
+                + QStringLiteral("\" class=\"x\">Hi</p><stylesheet>y</style>z");
+        };
+        const QString cleaned = QStringLiteral("<p class=\"x\">Hi</p>z");
+        QTest::newRow("49 markers: untouched") << tailwind(49) << tailwind(49);
+        QTest::newRow("50 markers: cleaned") << tailwind(50) << cleaned;
+        QTest::newRow("51 markers: cleaned") << tailwind(51) << cleaned;
         // "--tw--tw-" splits into two pieces, so it is one occurrence.
-        QString html;
-        for (int i = 0; i < 30; ++i)
-            html += QStringLiteral("<p style=\"--tw--tw-\">x</p>");
-        QCOMPARE(HtmlText::cleanForFix(html), html);
+        const QString overlapping = QStringLiteral("<p style=\"--tw--tw-\">x</p>").repeated(30);
+        QTest::newRow("overlapping markers count once") << overlapping << overlapping;
+        const QString markers = QStringLiteral("--tw-").repeated(50);
+        QTest::newRow("stops at an unclosed attribute")
+            << markers + QStringLiteral("<p style=\"a\">b <i style=\"c>d") << markers + QStringLiteral("<p>b <i style=\"c>d");
     }
 
-    void cleaningStopsAtUnclosedAttribute()
+    void cleansForFix()
     {
-        const QString html = QString(QStringLiteral("--tw-")).repeated(50) + QStringLiteral("<p style=\"a\">b <i style=\"c>d");
-        QCOMPARE(HtmlText::cleanForFix(html), QString(QStringLiteral("--tw-")).repeated(50) + QStringLiteral("<p>b <i style=\"c>d"));
+        QFETCH(QString, html);
+        QFETCH(QString, cleaned);
+        QCOMPARE(HtmlText::cleanForFix(html), cleaned);
     }
 
     void stripsGoogleDocsIds()

@@ -5,6 +5,7 @@
 
 #include <QClipboard>
 #include <QCoroTask>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QTimer>
@@ -32,117 +33,88 @@ public:
     int copies = 0;
 };
 
-void putHtml(const QString& html)
-{
-    auto* data = new QMimeData;
-    data->setHtml(html);
-    data->setText(QStringLiteral("fallback"));
-    QGuiApplication::clipboard()->setMimeData(data);
-}
-
-void putText(const QString& text)
-{
-    QGuiApplication::clipboard()->setText(text);
-}
+enum class Cancel { never, beforeTheCapture, duringTheWait };
 
 } // namespace
 
+// The capture on a real X clipboard: the copy is sent once, and whatever the clipboard holds when
+// the wait ends is read, even when nothing was copied or the run was cancelled.
 class TestSelectionManager : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void capture_data()
     {
-        QGuiApplication::clipboard()->clear();
-        m_keys = ScriptedKeySender{};
+        QTest::addColumn<QString>("before");  // on the clipboard before the copy; null: empty
+        QTest::addColumn<int>("copyAfterMs"); // when the application's copy lands; -1: never
+        QTest::addColumn<bool>("sends");
+        QTest::addColumn<int>("cancel");
+        QTest::addColumn<QString>("captured"); // null: nothing
+
+        const QString copied = selectedText();
+        const int never = int(Cancel::never);
+        QTest::newRow("copy lands at once") << QString() << 0 << true << never << copied;
+        QTest::newRow("copy lands within the wait") << "earlier fix" << int(SelectionManager::copyDelay.count() / 5) << true
+                                                    << never << copied;
+        QTest::newRow("nothing copied: what was there") << "earlier fix" << -1 << true << never << "earlier fix";
+        QTest::newRow("nothing copied, empty clipboard") << QString() << -1 << true << never << QString();
+        QTest::newRow("copy not sent: what was there") << "already there" << -1 << false << never << "already there";
+        QTest::newRow("cancelled during the wait") << QString() << 0 << true << int(Cancel::duringTheWait) << copied;
+        QTest::newRow("cancelled before the start") << "there" << -1 << true << int(Cancel::beforeTheCapture) << "there";
     }
 
-    void readsWhatTheApplicationCopied()
+    void capture()
     {
-        m_keys.onCopy = [] { putHtml(QStringLiteral("<p>Selected <b>text</b></p>")); };
-        const auto content = capture();
-        QCOMPARE(m_keys.copies, 1);
-        QVERIFY(content);
-        QCOMPARE(content->sourceFormat, SourceFormat::html);
-        QCOMPARE(content->plainText, QStringLiteral("Selected text"));
-    }
+        QFETCH(QString, before);
+        QFETCH(int, copyAfterMs);
+        QFETCH(bool, sends);
+        QFETCH(int, cancel);
+        QFETCH(QString, captured);
 
-    void copyLandingWithinTheDelayIsRead()
-    {
-        putText(QStringLiteral("earlier fix"));
-        m_keys.onCopy = [] { QTimer::singleShot(SelectionManager::copyDelay / 5, [] { putText(QStringLiteral("late copy")); }); };
-        QCOMPARE(capture()->plainText, QStringLiteral("late copy"));
-    }
-
-    void nothingCopiedReturnsWhatWasThere()
-    {
-        putText(QStringLiteral("text of an earlier fix"));
-        const auto content = capture();
-        QVERIFY(content);
-        QCOMPARE(content->plainText, QStringLiteral("text of an earlier fix"));
-        QCOMPARE(content->sourceFormat, SourceFormat::plainText);
-    }
-
-    void emptyClipboardAndNoCopyIsNothing()
-    {
-        QCOMPARE(capture(), std::nullopt);
-    }
-
-    void failedSendStillReads()
-    {
-        putText(QStringLiteral("already there"));
-        m_keys.sends = false;
-        QCOMPARE(capture()->plainText, QStringLiteral("already there"));
-    }
-
-    void cancelledDuringWaitStillReads()
-    {
-        CancellationToken cancel;
-        m_keys.onCopy = [cancel] {
-            putText(QStringLiteral("copied"));
-            QTimer::singleShot(0, [cancel] { cancel.cancel(); });
+        QClipboard* clipboard = QGuiApplication::clipboard();
+        clipboard->clear();
+        if (!before.isNull())
+            clipboard->setText(before);
+        CancellationToken token;
+        if (Cancel(cancel) == Cancel::beforeTheCapture)
+            token.cancel();
+        ScriptedKeySender keys;
+        keys.sends = sends;
+        keys.onCopy = [&] {
+            const auto land = [] {
+                auto* data = new QMimeData;
+                data->setHtml(QStringLiteral("<p>Selected <b>text</b></p>"));
+                data->setText(QStringLiteral("fallback"));
+                QGuiApplication::clipboard()->setMimeData(data);
+            };
+            if (copyAfterMs == 0)
+                land();
+            else if (copyAfterMs > 0)
+                QTimer::singleShot(copyAfterMs, land);
+            if (Cancel(cancel) == Cancel::duringTheWait)
+                QTimer::singleShot(0, [token] { token.cancel(); });
         };
-        // A wait that only ends on its own timer would still be pending when the long guard fires.
-        QTimer guard;
-        guard.setSingleShot(true);
-        guard.start(SelectionManager::copyDelay * 50);
-        ClipboardManager clipboard;
-        SelectionManager selection(m_keys, clipboard);
-        const auto content = QCoro::waitFor(selection.captureSelection(cancel));
-        QVERIFY(guard.isActive());
-        QVERIFY(content);
-        QCOMPARE(content->plainText, QStringLiteral("copied"));
-    }
 
-    void cancelledBeforeStartStillReads()
-    {
-        CancellationToken cancel;
-        cancel.cancel();
-        putText(QStringLiteral("there"));
-        ClipboardManager clipboard;
-        SelectionManager selection(m_keys, clipboard);
-        QCOMPARE(QCoro::waitFor(selection.captureSelection(cancel))->plainText, QStringLiteral("there"));
-        QCOMPARE(m_keys.copies, 1);
+        ClipboardManager reader;
+        SelectionManager selection(keys, reader);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const auto content = QCoro::waitFor(selection.captureSelection(token));
+        QVERIFY(elapsed.elapsed() < SelectionManager::copyDelay.count() * 50);
+        QCOMPARE(keys.copies, 1);
+        QCOMPARE(content ? content->plainText : QString(), captured);
+        if (content) // the application's copy is HTML; what was left over is plain text
+            QCOMPARE(content->sourceFormat, captured == selectedText() ? SourceFormat::html : SourceFormat::plainText);
+        // Reading takes nothing away: the clipboard still holds what the user had or copied.
+        QCOMPARE(clipboard->text(), copyAfterMs >= 0 ? QStringLiteral("fallback") : before);
     }
 
 private:
-    std::optional<ClipboardContent> capture()
-    {
-        ClipboardManager clipboard;
-        SelectionManager selection(m_keys, clipboard);
-        return QCoro::waitFor(selection.captureSelection());
-    }
+    static QString selectedText() { return QStringLiteral("Selected text"); }
 
-    ScriptedKeySender m_keys;
+    TestEnvironment m_environment;
 };
 
-int main(int argc, char** argv)
-{
-    TestEnvironment environment;
-    QGuiApplication app(argc, argv);
-    TestSelectionManager test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(TestSelectionManager)
 #include "tst_selectionmanager.moc"
