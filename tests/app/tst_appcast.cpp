@@ -54,48 +54,49 @@ private Q_SLOTS:
         QCOMPARE(item.publishedAt, QDateTime(QDate(2026, 11, 10), QTime(9, 30), Qt::UTC));
     }
 
-    void readsVersionsFromTheEnclosureOfOlderFeeds()
+    void readsItems_data()
     {
-        const Appcast appcast = parsed(feed("\n"
-        "<item><title>Old style</title>\n"
-        "  <enclosure url=\"https://example.invalid/t-0.9.zip\" sparkle:version=\"90\" sparkle:shortVersionString=\"0.9\"/>\n"
-        "</item>"));
+        QTest::addColumn<QByteArray>("items");
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("display");
+        QTest::addColumn<QString>("download");
+        QTest::addColumn<QString>("channel");
+
+        QTest::newRow("versions on the enclosure of older feeds")
+            << QByteArray("<item><title>Old style</title><enclosure url=\"https://example.invalid/t-0.9.zip\""
+                          " sparkle:version=\"90\" sparkle:shortVersionString=\"0.9\"/></item>")
+            << "90" << "0.9" << "https://example.invalid/t-0.9.zip" << "";
+        QTest::newRow("element version wins over the enclosure")
+            << QByteArray("<item><sparkle:version>200</sparkle:version>"
+                          "<enclosure url=\"https://example.invalid/a\" sparkle:version=\"100\"/></item>")
+            << "200" << "200" << "https://example.invalid/a" << "";
+        QTest::newRow("the link is the download without an enclosure")
+            << QByteArray("<item><sparkle:version>3</sparkle:version><link>https://example.invalid/download</link></item>")
+            << "3" << "3" << "https://example.invalid/download" << "";
+        QTest::newRow("items without a version left out")
+            << QByteArray("<item><title>No version</title><enclosure url=\"https://example.invalid/x\"/></item>"
+                          "<item><sparkle:version>5</sparkle:version></item>")
+            << "5" << "5" << "" << "";
+        QTest::newRow("unknown elements skipped")
+            << QByteArray("<item><sparkle:minimumSystemVersion>10.15</sparkle:minimumSystemVersion><dc:creator>x</dc:creator>"
+                          "<sparkle:version>7</sparkle:version><sparkle:channel>beta</sparkle:channel></item>")
+            << "7" << "7" << "" << "beta";
+    }
+
+    void readsItems()
+    {
+        QFETCH(QByteArray, items);
+        QFETCH(QString, version);
+        QFETCH(QString, display);
+        QFETCH(QString, download);
+        QFETCH(QString, channel);
+        const Appcast appcast = parsed(feed(items));
         QCOMPARE(appcast.items.size(), 1);
-        QCOMPARE(appcast.items.first().version, QStringLiteral("90"));
-        QCOMPARE(appcast.items.first().displayVersion(), QStringLiteral("0.9"));
-    }
-
-    void elementVersionWinsOverTheEnclosure()
-    {
-        const Appcast appcast = parsed(feed("\n"
-        "<item><sparkle:version>200</sparkle:version>\n"
-        "  <enclosure url=\"https://example.invalid/a\" sparkle:version=\"100\"/></item>"));
-        QCOMPARE(appcast.items.first().version, QStringLiteral("200"));
-    }
-
-    void theLinkIsTheDownloadWhenThereIsNoEnclosure()
-    {
-        const Appcast appcast = parsed(feed("\n"
-        "<item><sparkle:version>3</sparkle:version><link>https://example.invalid/download</link></item>"));
-        QCOMPARE(appcast.items.first().downloadUrl, QUrl(QStringLiteral("https://example.invalid/download")));
-    }
-
-    void itemsWithoutAVersionAreLeftOut()
-    {
-        const Appcast appcast = parsed(feed("\n"
-        "<item><title>No version</title><enclosure url=\"https://example.invalid/x\"/></item>\n"
-        "<item><sparkle:version>5</sparkle:version></item>"));
-        QCOMPARE(appcast.items.size(), 1);
-        QCOMPARE(appcast.items.first().version, QStringLiteral("5"));
-    }
-
-    void unknownElementsAreSkipped()
-    {
-        const Appcast appcast = parsed(feed("\n"
-        "<item><sparkle:minimumSystemVersion>10.15</sparkle:minimumSystemVersion><dc:creator>x</dc:creator>\n"
-        "  <sparkle:version>7</sparkle:version><sparkle:channel>beta</sparkle:channel></item>"));
-        QCOMPARE(appcast.items.first().version, QStringLiteral("7"));
-        QCOMPARE(appcast.items.first().channel, QStringLiteral("beta"));
+        const AppcastItem& item = appcast.items.first();
+        QCOMPARE(item.version, version);
+        QCOMPARE(item.displayVersion(), display);
+        QCOMPARE(item.downloadUrl, QUrl(download));
+        QCOMPARE(item.channel, channel);
     }
 
     void newestItem_data()

@@ -29,50 +29,41 @@ struct Journal
     }
 };
 
-class JournalShortcuts : public FakeGlobalShortcuts
+struct JournalShortcuts : FakeGlobalShortcuts
 {
-public:
-    explicit JournalShortcuts(Journal& journal) : m_journal(journal) {}
+    explicit JournalShortcuts(Journal& journal) : journal(journal) {}
     RegistrationError registerShortcut(quint32 id, quint16 keyCode, quint64 modifierFlags) override
     {
-        if (m_journal.app && m_journal.app->statusMenu() && !m_journal.steps.contains(QStringLiteral("status item")))
-            m_journal.note(QStringLiteral("status item"));
-        m_journal.note(QStringLiteral("shortcuts"));
+        if (journal.app && journal.app->statusMenu() && !journal.steps.contains(QStringLiteral("status item")))
+            journal.note(QStringLiteral("status item"));
+        journal.note(QStringLiteral("shortcuts"));
         ++registerCalls;
         return FakeGlobalShortcuts::registerShortcut(id, keyCode, modifierFlags);
     }
+    Journal& journal;
     int registerCalls = 0;
-
-private:
-    Journal& m_journal;
 };
 
-class JournalTrust : public FakeAccessibilityTrust
+struct JournalTrust : FakeAccessibilityTrust
 {
-public:
-    explicit JournalTrust(Journal& journal) : m_journal(journal) {}
+    explicit JournalTrust(Journal& journal) : journal(journal) {}
     void requestTrust() override
     {
-        m_journal.note(QStringLiteral("trust prompt"));
+        journal.note(QStringLiteral("trust prompt"));
         FakeAccessibilityTrust::requestTrust();
     }
-
-private:
-    Journal& m_journal;
+    Journal& journal;
 };
 
-class JournalLoginItem : public FakeLoginItem
+struct JournalLoginItem : FakeLoginItem
 {
-public:
-    explicit JournalLoginItem(Journal& journal) : m_journal(journal) {}
+    explicit JournalLoginItem(Journal& journal) : journal(journal) {}
     [[nodiscard]] Status status() const override
     {
-        m_journal.note(QStringLiteral("login status"));
+        journal.note(QStringLiteral("login status"));
         return FakeLoginItem::status();
     }
-
-private:
-    Journal& m_journal;
+    Journal& journal;
 };
 
 } // namespace
@@ -97,17 +88,9 @@ private:
         m_journal = Journal{};
         FakePlatform handles{};
         auto services = createFakePlatformServices(&handles);
-        services->shortcuts = std::make_unique<JournalShortcuts>(m_journal);
-        m_shortcuts = static_cast<JournalShortcuts*>(services->shortcuts.get());
-        services->trust = std::make_unique<JournalTrust>(m_journal);
-        m_trust = static_cast<JournalTrust*>(services->trust.get());
-        if (withLoginItem) {
-            services->loginItem = std::make_unique<JournalLoginItem>(m_journal);
-            m_loginItem = static_cast<JournalLoginItem*>(services->loginItem.get());
-        } else {
-            services->loginItem.reset();
-            m_loginItem = nullptr;
-        }
+        services->shortcuts.reset(m_shortcuts = new JournalShortcuts(m_journal));
+        services->trust.reset(m_trust = new JournalTrust(m_journal));
+        services->loginItem.reset(m_loginItem = withLoginItem ? new JournalLoginItem(m_journal) : nullptr);
         m_app = std::make_unique<TembrelApp>(std::move(services));
         m_journal.app = m_app.get();
         connect(&m_app->taskbarPolicy(), &TaskbarPolicy::hiddenChanged, this,
@@ -128,13 +111,6 @@ private:
         return launched;
     }
 
-    static void resetDefaults()
-    {
-        QSettings defaults;
-        defaults.clear();
-        defaults.setValue(QStringLiteral("analyticsEnabled"), true);
-    }
-
 private Q_SLOTS:
     void initTestCase()
     {
@@ -149,7 +125,9 @@ private Q_SLOTS:
     {
         // Each case is a fresh installation: no events queued by an earlier launch.
         QVERIFY(QDir(m_env.dataHome() + QStringLiteral("/Tembrel/analytics")).removeRecursively());
-        resetDefaults();
+        QSettings defaults;
+        defaults.clear();
+        defaults.setValue(QStringLiteral("analyticsEnabled"), true);
         m_analyticsServer.clearRequests();
     }
 
@@ -330,9 +308,7 @@ private Q_SLOTS:
 int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
-    QApplication::setOrganizationName(QStringLiteral("Tembrel"));
-    QApplication::setOrganizationDomain(QStringLiteral("tembrel.com"));
-    QApplication::setApplicationName(QStringLiteral("Tembrel"));
+    TestEnvironment::nameApplication();
     QApplication::setQuitOnLastWindowClosed(false);
     StartupTest test;
     return QTest::qExec(&test, argc, argv);
