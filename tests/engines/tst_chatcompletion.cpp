@@ -1,8 +1,5 @@
 #include "engines/ChatCompletion.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTest>
 
 Q_DECLARE_METATYPE(FixError)
@@ -17,7 +14,8 @@ QByteArray message(const char* members)
 
 } // namespace
 
-// The chat-completions protocol: the endpoint's address, the request body, reading the answer.
+// The chat-completions protocol: the endpoint's address and reading the answer. The request body is
+// checked where the engine and the connection test send it.
 class ChatCompletionTest : public QObject
 {
     Q_OBJECT
@@ -46,27 +44,6 @@ private Q_SLOTS:
         const std::optional<QUrl> url = ChatCompletion::endpointUrl(base);
         QCOMPARE(url.has_value(), !expected.isEmpty());
         QCOMPARE(url.value_or(QUrl()).toString(), expected);
-    }
-
-    void requestBodyOmitsABlankModel_data()
-    {
-        QTest::addColumn<QString>("model");
-        QTest::addColumn<QJsonValue>("expected");
-        QTest::newRow("empty") << QString() << QJsonValue(QJsonValue::Undefined);
-        QTest::newRow("blanks") << " \n\t" << QJsonValue(QJsonValue::Undefined);
-        QTest::newRow("trimmed") << "  gpt-test\n" << QJsonValue("gpt-test");
-    }
-
-    void requestBodyOmitsABlankModel()
-    {
-        QFETCH(QString, model);
-        QFETCH(QJsonValue, expected);
-        const QJsonObject body = QJsonDocument::fromJson(ChatCompletion::requestBody("Fix it.", " teh text ", model)).object();
-        QCOMPARE(body.value("model"), expected);
-        QCOMPARE(body.contains("model"), !expected.isUndefined());
-        QCOMPARE(body.value("messages").toArray(),
-                 (QJsonArray{QJsonObject{{"role", "system"}, {"content", "Fix it."}},
-                             QJsonObject{{"role", "user"}, {"content", " teh text "}}}));
     }
 
     void decodeAnswerUsesOnlyTheContent_data()

@@ -78,8 +78,9 @@ private Q_SLOTS:
         QCOMPARE(request.header("content-type"), "application/json");
         QCOMPARE(request.header("authorization"), "Bearer sk-made-up-test-key");
         QCOMPARE(request.json().value("model").toString(), "test-model");
-        QCOMPARE(request.json().value("messages").toArray().at(0).toObject().value("content").toString(), "Proofread.");
-        QCOMPARE(userContent(request), "I has a cat.");
+        QCOMPARE(request.json().value("messages").toArray(),
+                 (QJsonArray{QJsonObject{{"role", "system"}, {"content", "Proofread."}},
+                             QJsonObject{{"role", "user"}, {"content", "I has a cat."}}}));
         QCOMPARE(traceLines(trace),
                  (QStringList{"request_started: POST /chat/completions", "response_received: HTTP 200 (… ms)"}));
     }

@@ -1,3 +1,4 @@
+#include "core/TextFormat.h"
 #include "engines/TextChunker.h"
 
 #include <QTest>
@@ -114,6 +115,7 @@ private Q_SLOTS:
         QTest::newRow("ascii") << "abc" << qsizetype(3);
         QTest::newRow("crlf") << "a\r\nb" << qsizetype(3);
         QTest::newRow("combining accent") << "e\u0301t\u00e9" << qsizetype(3);
+        QTest::newRow("emoji with a skin tone") << QString("e\u0301👍🏽ab") << qsizetype(4);
         QTest::newRow("family emoji") << "\U0001F468\u200D\U0001F469\u200D\U0001F467!" << qsizetype(2);
     }
 
@@ -122,6 +124,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(qsizetype, count);
         QCOMPARE(characterCount(text), count);
+        QCOMPARE(TextFormat::characterCount(text), count); // the count the rest of the app uses agrees
     }
 };
 
