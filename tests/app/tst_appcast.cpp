@@ -1,4 +1,5 @@
 #include "app/Appcast.h"
+#include "support/TestData.h"
 
 #include <QTest>
 
@@ -29,29 +30,21 @@ class AppcastTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsAModernItem()
+    void readsAFullItemAndAChannelItem()
     {
-        const Appcast appcast = parsed(feed("\n"
-        "<item>\n"
-        "  <title>Version 1.2</title>\n"
-        "  <pubDate>Tue, 10 Nov 2026 09:30:00 +0000</pubDate>\n"
-        "  <sparkle:version>120</sparkle:version>\n"
-        "  <sparkle:shortVersionString>1.2</sparkle:shortVersionString>\n"
-        "  <sparkle:releaseNotesLink>https://example.invalid/notes/1.2.html</sparkle:releaseNotesLink>\n"
-        "  <description><![CDATA[<h2>New</h2><ul><li>Faster fixes</li></ul>]]></description>\n"
-        "  <enclosure url=\"https://example.invalid/tembrel-1.2.tar.gz\" length=\"123\" type=\"application/octet-stream\"/>\n"
-        "</item>"));
-        QCOMPARE(appcast.items.size(), 1);
+        const Appcast appcast = parsed(testData("app/appcast.xml"));
+        QCOMPARE(appcast.items.size(), 2);
         const AppcastItem& item = appcast.items.first();
-        QCOMPARE(item.title, QStringLiteral("Version 1.2"));
-        QCOMPARE(item.version, QStringLiteral("120"));
-        QCOMPARE(item.shortVersionString, QStringLiteral("1.2"));
-        QCOMPARE(item.displayVersion(), QStringLiteral("1.2"));
+        QCOMPARE(item.title, QStringLiteral("Version 1.1"));
+        QCOMPARE(item.version, QStringLiteral("1.1"));
+        QCOMPARE(item.displayVersion(), QStringLiteral("1.1.0"));
         QCOMPARE(item.channel, QString());
-        QCOMPARE(item.releaseNotesUrl, QUrl(QStringLiteral("https://example.invalid/notes/1.2.html")));
-        QCOMPARE(item.description, QStringLiteral("<h2>New</h2><ul><li>Faster fixes</li></ul>"));
-        QCOMPARE(item.downloadUrl, QUrl(QStringLiteral("https://example.invalid/tembrel-1.2.tar.gz")));
+        QCOMPARE(item.releaseNotesUrl, QUrl(QStringLiteral("https://example.invalid/notes/1.1.html")));
+        QCOMPARE(item.description, QStringLiteral("<h2>New</h2><ul><li>Steadier shortcuts</li></ul>"));
+        QCOMPARE(item.downloadUrl, QUrl(QStringLiteral("https://example.invalid/tembrel-1.1.tar.gz")));
         QCOMPARE(item.publishedAt, QDateTime(QDate(2026, 11, 10), QTime(9, 30), Qt::UTC));
+        QCOMPARE(appcast.items.last().channel, QStringLiteral("beta"));
+        QCOMPARE(appcast.items.last().version, QStringLiteral("1.2b1"));
     }
 
     void readsItems_data()

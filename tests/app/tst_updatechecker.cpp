@@ -1,5 +1,6 @@
 #include "app/UpdateController.h"
 #include "settings/SettingsManager.h"
+#include "support/TestData.h"
 #include "support/TestEnvironment.h"
 #include "support/TestHttpServer.h"
 
@@ -23,13 +24,6 @@ QByteArray appcast(const QByteArray& items)
                              "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>")
            + items + QByteArrayLiteral("</channel></rss>");
 }
-
-const QByteArray stableAndBeta = appcast("\n"
-        "<item><title>1.1</title><sparkle:version>1.1</sparkle:version>\n"
-        "  <description>Steadier shortcuts</description>\n"
-        "  <enclosure url=\"https://example.invalid/tembrel-1.1.tar.gz\"/></item>\n"
-        "<item><title>1.2 beta</title><sparkle:version>1.2b1</sparkle:version><sparkle:channel>beta</sparkle:channel>\n"
-        "  <enclosure url=\"https://example.invalid/tembrel-1.2b1.tar.gz\"/></item>");
 
 CannedResponse feed(const QByteArray& xml)
 {
@@ -59,15 +53,16 @@ private Q_SLOTS:
         QTest::addColumn<Failure>("failure");
         QTest::addColumn<QString>("detail"); // the version offered, or what the failure message mentions
 
+        const CannedResponse stableAndBeta = feed(testData("app/appcast.xml"));
         const QStringList beta{"beta"};
         const Outcome available = Outcome::updateAvailable;
         const Outcome upToDate = Outcome::upToDate;
         const Failure none = Failure::none;
-        QTest::newRow("newer") << feed(stableAndBeta) << "1.0" << QStringList() << available << none << "1.1";
-        QTest::newRow("same") << feed(stableAndBeta) << "1.1" << QStringList() << upToDate << none << "";
-        QTest::newRow("running is newer than the feed") << feed(stableAndBeta) << "1.1.1" << QStringList() << upToDate << none << "";
-        QTest::newRow("beta channel offers the beta") << feed(stableAndBeta) << "1.1" << beta << available << none << "1.2b1";
-        QTest::newRow("a beta is older than its release") << feed(stableAndBeta) << "1.2" << beta << upToDate << none << "";
+        QTest::newRow("newer") << stableAndBeta << "1.0" << QStringList() << available << none << "1.1";
+        QTest::newRow("same") << stableAndBeta << "1.1" << QStringList() << upToDate << none << "";
+        QTest::newRow("running is newer than the feed") << stableAndBeta << "1.1.1" << QStringList() << upToDate << none << "";
+        QTest::newRow("beta channel offers the beta") << stableAndBeta << "1.1" << beta << available << none << "1.2b1";
+        QTest::newRow("a beta is older than its release") << stableAndBeta << "1.2" << beta << upToDate << none << "";
         const QByteArray betaOnly = appcast(
             "<item><sparkle:version>2.0b1</sparkle:version><sparkle:channel>beta</sparkle:channel></item>");
         QTest::newRow("beta only, beta off") << feed(betaOnly) << "1.0" << QStringList() << upToDate << none << "";
@@ -128,7 +123,7 @@ private Q_SLOTS:
     {
         TestHttpServer server;
         QVERIFY(server.listen());
-        server.setDefaultResponse(feed(stableAndBeta));
+        server.setDefaultResponse(feed(testData("app/appcast.xml")));
         QSettings defaults;
         SettingsManager settings(defaults);
         settings.setReceiveBetaUpdates(false);
