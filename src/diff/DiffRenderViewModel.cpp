@@ -6,6 +6,7 @@
 
 #include <QGuiApplication>
 #include <QPalette>
+#include <QPointer>
 
 namespace {
 
@@ -53,14 +54,16 @@ void DiffRenderViewModel::compute()
     const DiffColors colors = this->colors();
     computer.computation(m_original, m_fixed)
         .then(QtFuture::Launch::Async, [colors](const DiffComputation &diff) { return styleDiff(diff, colors); })
-        // With `this` as context the continuation runs on the main thread, and not at all once
-        // the model is gone.
-        .then(this, [this, generation](const StyledDiff &styled) {
-            if (generation != m_generation)
-                return;
-            m_styled = styled;
-            Q_EMIT attributedChanged();
-            setComputing(false);
+        // Published on the main thread, and not at all once the model is gone. (A continuation
+        // with the model itself as context asserts when the model dies before the diff is done.)
+        .then([model = QPointer<DiffRenderViewModel>(this), generation](const StyledDiff &styled) {
+            QMetaObject::invokeMethod(qApp, [model, generation, styled] {
+                if (!model || generation != model->m_generation)
+                    return;
+                model->m_styled = styled;
+                Q_EMIT model->attributedChanged();
+                model->setComputing(false);
+            });
         });
 }
 
