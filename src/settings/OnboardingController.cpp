@@ -3,6 +3,7 @@
 #include "analytics/AnalyticsManager.h"
 #include "capture/ClipboardManager.h"
 #include "core/Logging.h"
+#include "settings/FixedWindow.h"
 #include "modes/ModeManager.h"
 #include "platform/AccessibilityTrust.h"
 #include "settings/OnboardingSuccess.h"
@@ -55,13 +56,7 @@ void OnboardingController::show()
 {
     if (!m_view)
         build();
-    if (QScreen* screen = m_view->screen()) {
-        const QRect area = screen->availableGeometry();
-        m_view->setPosition(area.center() - QPoint(width / 2, height / 2));
-    }
-    m_view->show();
-    m_view->raise();
-    m_view->requestActivate();
+    showCentred(*m_view);
     qCInfo(lcSettings) << "Onboarding shown";
     updatePolling();
 }
@@ -73,22 +68,9 @@ QQuickWindow* OnboardingController::window() const
 
 void OnboardingController::build()
 {
-    m_view = std::make_unique<QQuickView>();
-    m_view->setTitle(QStringLiteral("Welcome to Tembrel"));
-    m_view->setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint
-                     | Qt::WindowMinimizeButtonHint);
-    // A fixed size is how X11 window managers learn that a window cannot be resized.
-    m_view->setMinimumSize(QSize(width, height));
-    m_view->setMaximumSize(QSize(width, height));
-    m_view->resize(width, height);
-    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-    m_view->setColor(QGuiApplication::palette().color(QPalette::Window));
+    m_view = makeFixedWindow(QStringLiteral("Welcome to Tembrel"), QSize(width, height));
     m_view->rootContext()->setContextProperty(QStringLiteral("onboarding"), this);
-    m_view->setSource(QUrl(QStringLiteral("qrc:/Tembrel/settings/OnboardingView.qml")));
-    if (m_view->status() == QQuickView::Error) {
-        for (const auto& error : m_view->errors())
-            qCWarning(lcSettings) << error.toString();
-    }
+    loadWindowPage(*m_view, QStringLiteral("qrc:/Tembrel/settings/OnboardingView.qml"));
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible)
             forgetWindow();

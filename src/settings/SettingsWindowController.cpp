@@ -2,6 +2,7 @@
 
 #include "app/BuildConfig.h"
 #include "core/Logging.h"
+#include "settings/FixedWindow.h"
 #include "engines/ConnectionTestState.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
@@ -60,13 +61,7 @@ void SettingsWindowController::show(bool fromOnboarding)
         forgetWindow(); // rebuilt, so that the greeting shows
     if (!m_view)
         build();
-    if (QScreen* screen = m_view->screen()) {
-        const QRect area = screen->availableGeometry();
-        m_view->setPosition(area.center() - QPoint(width / 2, height / 2));
-    }
-    m_view->show();
-    m_view->raise();
-    m_view->requestActivate();
+    showCentred(*m_view);
 }
 
 QQuickWindow* SettingsWindowController::window() const
@@ -76,16 +71,7 @@ QQuickWindow* SettingsWindowController::window() const
 
 void SettingsWindowController::build()
 {
-    m_view = std::make_unique<QQuickView>();
-    m_view->setTitle(QStringLiteral("Settings"));
-    m_view->setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint
-                     | Qt::WindowMinimizeButtonHint);
-    // A fixed size is how X11 window managers learn that a window cannot be resized.
-    m_view->setMinimumSize(QSize(width, height));
-    m_view->setMaximumSize(QSize(width, height));
-    m_view->resize(width, height);
-    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-    m_view->setColor(QGuiApplication::palette().color(QPalette::Window));
+    m_view = makeFixedWindow(QStringLiteral("Settings"), QSize(width, height));
     QQmlContext* context = m_view->rootContext();
     context->setContextProperty(QStringLiteral("settingsWindow"), this);
     // Fixed when the window is built: bringing the window forward later keeps or lacks the greeting.
@@ -94,11 +80,7 @@ void SettingsWindowController::build()
     context->setContextProperty(QStringLiteral("history"), &m_history);
     context->setContextProperty(QStringLiteral("modesModel"), m_modesModel.get());
     context->setContextProperty(QStringLiteral("connectionTest"), m_connectionTest.get());
-    m_view->setSource(QUrl(QStringLiteral("qrc:/Tembrel/settings/SettingsWindowView.qml")));
-    if (m_view->status() == QQuickView::Error) {
-        for (const auto& error : m_view->errors())
-            qCWarning(lcSettings) << error.toString();
-    }
+    loadWindowPage(*m_view, QStringLiteral("qrc:/Tembrel/settings/SettingsWindowView.qml"));
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible)
             forgetWindow();

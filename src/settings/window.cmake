@@ -8,6 +8,7 @@ list(APPEND TEMBREL_GUI_SOURCES
   settings/SettingsWindowTypes.h
   settings/ModesModel.h settings/ModesModel.cpp
   settings/HotkeyRecorder.h settings/HotkeyRecorder.cpp
+  settings/FixedWindow.h settings/FixedWindow.cpp
   settings/SettingsWindowController.h settings/SettingsWindowController.cpp
 )
 list(APPEND TEMBREL_QML_FILES
