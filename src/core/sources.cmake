@@ -3,6 +3,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   core/Cancellation.h core/Cancellation.cpp
   core/TextFormat.h core/TextFormat.cpp
   core/StoredJson.h core/StoredJson.cpp
+  core/VariantKinds.h
   core/FixResult.h
   core/CapturedContent.h
   core/NetworkFailure.h core/NetworkFailure.cpp

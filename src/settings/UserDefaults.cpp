@@ -1,24 +1,11 @@
 #include "settings/UserDefaults.h"
 
+#include "core/VariantKinds.h"
+
 #include <QSettings>
 #include <cmath>
 
 namespace {
-bool isNumber(const QVariant& value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return true;
-    default:
-        return false;
-    }
-}
-
 bool isText(const QVariant& value)
 {
     return value.typeId() == QMetaType::QString;
@@ -30,7 +17,7 @@ bool UserDefaults::boolValue(const QSettings& settings, const QString& key)
     const QVariant value = settings.value(key);
     if (value.typeId() == QMetaType::Bool)
         return value.toBool();
-    if (isNumber(value))
+    if (holdsNumber(value))
         return value.toDouble() != 0;
     if (isText(value)) {
         const QString text = value.toString().trimmed().toLower();
@@ -60,7 +47,7 @@ std::optional<bool> UserDefaults::strictBool(const QSettings& settings, const QS
 qint64 UserDefaults::integerValue(const QSettings& settings, const QString& key)
 {
     const QVariant value = settings.value(key);
-    if (!isNumber(value) && !isText(value))
+    if (!holdsNumber(value) && !isText(value))
         return 0;
     bool ok = false;
     const qint64 number = value.toLongLong(&ok);
@@ -70,7 +57,7 @@ qint64 UserDefaults::integerValue(const QSettings& settings, const QString& key)
 std::optional<double> UserDefaults::doubleValue(const QSettings& settings, const QString& key)
 {
     const QVariant value = settings.value(key);
-    if (isNumber(value))
+    if (holdsNumber(value))
         return value.toDouble();
     if (isText(value)) {
         bool ok = false;
@@ -84,7 +71,7 @@ std::optional<double> UserDefaults::doubleValue(const QSettings& settings, const
 std::optional<QString> UserDefaults::stringValue(const QSettings& settings, const QString& key)
 {
     const QVariant value = settings.value(key);
-    if (isText(value) || isNumber(value))
+    if (isText(value) || holdsNumber(value))
         return value.toString();
     return std::nullopt;
 }
