@@ -11,6 +11,8 @@ Item {
     property string originalHTML
     property string fixedHTML
     property int currentEditIndex: 0
+    // The page follows the appearance of what it is shown in.
+    property bool dark: false
     // How many pages the view has loaded; edit navigation never adds to it.
     readonly property int pageLoads: d.pageLoads
     // True once the current page has finished loading.
@@ -22,8 +24,7 @@ Item {
     QtObject {
         id: d
         property int pageLoads: 0
-        property string pendingHtml
-        property bool hasPending: false
+        property url pendingUrl
     }
 
     DiffWebViewCoordinator {
@@ -31,14 +32,14 @@ Item {
         originalHTML: root.originalHTML
         fixedHTML: root.fixedHTML
         currentEditIndex: root.currentEditIndex
+        dark: root.dark
         onEditCount: (count) => root.editCount(count)
         onContentHeight: (height) => root.contentHeight(height)
-        onLoadRequested: (html) => {
+        onLoadRequested: (url) => {
             if (loader.item) {
-                loader.item.show(html)
+                loader.item.show(url)
             } else {
-                d.pendingHtml = html
-                d.hasPending = true
+                d.pendingUrl = url
             }
         }
         onScriptRequested: (script) => {
@@ -53,30 +54,32 @@ Item {
         anchors.fill: parent
         active: root.originalHTML.length > 0 || root.fixedHTML.length > 0
         onLoaded: {
-            if (d.hasPending) {
-                d.hasPending = false
-                item.show(d.pendingHtml)
-                d.pendingHtml = ""
+            if (d.pendingUrl.toString().length > 0) {
+                item.show(d.pendingUrl)
+                d.pendingUrl = ""
             }
         }
         sourceComponent: WebEngineView {
             id: view
 
             property bool pageReady: false
-            // The latest script asked for while the page was still loading; it runs once it has.
-            property string waitingScript
+            property url pageUrl
+            // Scripts asked for while the page was still loading, in order; they run once it has.
+            property var waitingScripts: []
 
-            function show(html) {
+            function show(address) {
                 pageReady = false
+                waitingScripts = []
                 d.pageLoads += 1
-                loadHtml(html)
+                pageUrl = address
+                url = address
             }
 
             function run(script) {
                 if (pageReady) {
                     runJavaScript(script)
                 } else {
-                    waitingScript = script
+                    waitingScripts = waitingScripts.concat([script])
                 }
             }
 
@@ -94,6 +97,7 @@ Item {
             }
 
             Component.onCompleted: {
+                coordinator.servePagesTo(profile)
                 channel.registerObjects({ "diffWebViewCoordinator": coordinator })
                 userScripts.collection = [{
                     name: "messageHandlers",
@@ -104,18 +108,17 @@ Item {
             }
 
             onLoadingChanged: (info) => {
-                if (info.status === WebEngineView.LoadSucceededStatus) {
+                if (info.status === WebEngineView.LoadSucceededStatus && info.url.toString() === pageUrl.toString()) {
                     pageReady = true
-                    if (waitingScript.length > 0) {
-                        runJavaScript(waitingScript)
-                        waitingScript = ""
-                    }
+                    const scripts = waitingScripts
+                    waitingScripts = []
+                    scripts.forEach((script) => runJavaScript(script))
                 }
             }
 
             // The page is a picture of the diff: links and pasted redirects never take it elsewhere.
             onNavigationRequested: (request) => {
-                if (request.url.toString().startsWith("data:")) {
+                if (request.url.toString() === pageUrl.toString()) {
                     request.accept()
                 } else {
                     request.reject()

@@ -1,6 +1,8 @@
 #include "diff/DiffWebViewCoordinator.h"
 
 #include "core/Logging.h"
+#include "core/VariantKinds.h"
+#include "diff/DiffPageScheme.h"
 #include "diff/HtmlDiffPage.h"
 
 #include <QFile>
@@ -40,26 +42,21 @@ const auto messageHandlerShim = QStringLiteral(R"js(
 })();
 )js");
 
-bool isNumber(const QVariant& value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-        return true;
-    default:
-        return false;
-    }
-}
-
 } // namespace
 
 DiffWebViewCoordinator::DiffWebViewCoordinator(QObject* parent)
     : QObject(parent)
 {
+}
+
+DiffWebViewCoordinator::~DiffWebViewCoordinator()
+{
+    DiffPageScheme::withdraw(m_pageUrl);
+}
+
+void DiffWebViewCoordinator::servePagesTo(QQuickWebEngineProfile* profile) const
+{
+    DiffPageScheme::installOn(profile);
 }
 
 void DiffWebViewCoordinator::setOriginalHTML(const QString& html)
@@ -89,6 +86,16 @@ void DiffWebViewCoordinator::setCurrentEditIndex(int index)
     }
     m_currentEditIndex = index;
     Q_EMIT currentEditIndexChanged();
+    scheduleUpdate();
+}
+
+void DiffWebViewCoordinator::setDark(bool dark)
+{
+    if (dark == m_dark) {
+        return;
+    }
+    m_dark = dark;
+    Q_EMIT darkChanged();
     scheduleUpdate();
 }
 
@@ -127,11 +134,17 @@ void DiffWebViewCoordinator::scheduleUpdate()
 void DiffWebViewCoordinator::update()
 {
     m_updateScheduled = false;
-    if (!m_hasPage || m_lastOriginalHtml != m_originalHtml || m_lastFixedHtml != m_fixedHtml) {
-        m_hasPage = true;
+    const auto appearance = m_dark ? HtmlDiffPage::Appearance::dark : HtmlDiffPage::Appearance::light;
+    if (m_pageUrl.isEmpty() || m_lastOriginalHtml != m_originalHtml || m_lastFixedHtml != m_fixedHtml) {
         m_lastOriginalHtml = m_originalHtml;
         m_lastFixedHtml = m_fixedHtml;
-        Q_EMIT loadRequested(HtmlDiffPage::build(m_originalHtml, m_fixedHtml));
+        m_pageDark = m_dark;
+        DiffPageScheme::withdraw(m_pageUrl);
+        m_pageUrl = DiffPageScheme::publish(HtmlDiffPage::build(m_originalHtml, m_fixedHtml, appearance).toUtf8());
+        Q_EMIT loadRequested(m_pageUrl);
+    } else if (m_pageDark != m_dark) {
+        m_pageDark = m_dark;
+        Q_EMIT scriptRequested(HtmlDiffPage::appearanceScript(appearance));
     }
     if (m_lastEditIndex != m_currentEditIndex) {
         m_lastEditIndex = m_currentEditIndex;
@@ -141,7 +154,7 @@ void DiffWebViewCoordinator::update()
 
 void DiffWebViewCoordinator::postMessage(const QString& channel, const QVariant& body)
 {
-    if (!isNumber(body)) {
+    if (!holdsNumber(body)) {
         qCDebug(lcDiff) << "Ignoring a diff page message that is not a number on" << channel;
         return;
     }

@@ -59,19 +59,20 @@ table { border-collapse: collapse; margin: 8px 0; }
 td, th { padding: 4px 8px; border: 1px solid rgba(0, 0, 0, 0.12); }
 th { background-color: rgba(0, 0, 0, 0.04) !important; font-weight: 600; }
 img { max-width: 100%; height: auto; }
-@media (prefers-color-scheme: dark) {
-  body { color: #f5f5f7; }
-  ins, .diffins, .diffmod ins { background: rgba(45, 122, 79, 0.3); }
-  del, .diffdel, .diffmod del { background: rgba(255, 62, 62, 0.3); text-decoration-color: rgba(255, 62, 62, 0.8); }
-  hr { border-top-color: rgba(255, 255, 255, 0.2); }
-  a { text-decoration-color: rgba(255, 255, 255, 0.3); }
-  blockquote { border-left-color: rgba(255, 255, 255, 0.2); }
-  code { background: rgba(255, 255, 255, 0.1); }
-  pre { background: rgba(255, 255, 255, 0.06); }
-  pre code { background: none; }
-  td, th { border-color: rgba(255, 255, 255, 0.12); }
-  th { background-color: rgba(255, 255, 255, 0.06) !important; }
+/* The panel's appearance, not the system's, decides: the host sets it on the root element. */
+html.dark body { color: #f5f5f7; }
+html.dark ins, html.dark .diffins, html.dark .diffmod ins { background: rgba(45, 122, 79, 0.3); }
+html.dark del, html.dark .diffdel, html.dark .diffmod del {
+  background: rgba(255, 62, 62, 0.3); text-decoration-color: rgba(255, 62, 62, 0.8);
 }
+html.dark hr { border-top-color: rgba(255, 255, 255, 0.2); }
+html.dark a { text-decoration-color: rgba(255, 255, 255, 0.3); }
+html.dark blockquote { border-left-color: rgba(255, 255, 255, 0.2); }
+html.dark code { background: rgba(255, 255, 255, 0.1); }
+html.dark pre { background: rgba(255, 255, 255, 0.06); }
+html.dark pre code { background: none; }
+html.dark td, html.dark th { border-color: rgba(255, 255, 255, 0.12); }
+html.dark th { background-color: rgba(255, 255, 255, 0.06) !important; }
 )css");
 
 // Pairs a replacement's halves under one index, even with whitespace between them.
@@ -131,6 +132,9 @@ function scrollToEdit(index) {
   element.scrollIntoView({ behavior: 'smooth', block: 'center' });
   currentEditElement = element;
 }
+function setAppearance(appearance) {
+  document.documentElement.classList.toggle('dark', appearance === 'dark');
+}
 document.addEventListener('DOMContentLoaded', function () {
   setTimeout(function () { scrollToEdit(0); }, 100);
 });
@@ -145,6 +149,11 @@ QString guardScriptElement(QString literal)
     literal.replace(closingScript, QStringLiteral("<\\/\\1"));
     literal.replace(QStringLiteral("<!--"), QStringLiteral("<\\!--"));
     return literal;
+}
+
+QString appearanceName(HtmlDiffPage::Appearance appearance)
+{
+    return appearance == HtmlDiffPage::Appearance::dark ? QStringLiteral("dark") : QStringLiteral("light");
 }
 
 } // namespace
@@ -162,6 +171,11 @@ QString HtmlDiffPage::templateLiteral(const QString& text)
 QString HtmlDiffPage::scrollToEditScript(int index)
 {
     return QStringLiteral("scrollToEdit(") + QString::number(index) + QLatin1Char(')');
+}
+
+QString HtmlDiffPage::appearanceScript(Appearance appearance)
+{
+    return QStringLiteral("setAppearance('") + appearanceName(appearance) + QStringLiteral("')");
 }
 
 QString HtmlDiffPage::diffScript()
@@ -182,7 +196,7 @@ QString HtmlDiffPage::styleSheet()
     return styleSheetText;
 }
 
-QString HtmlDiffPage::build(const QString& originalHtml, const QString& fixedHtml)
+QString HtmlDiffPage::build(const QString& originalHtml, const QString& fixedHtml, Appearance appearance)
 {
     // Inline event handlers in pasted markup must not run: only the page's own script may.
     const QString nonce = QUuid::createUuid().toString(QUuid::Id128);
@@ -190,7 +204,8 @@ QString HtmlDiffPage::build(const QString& originalHtml, const QString& fixedHtm
                                           "script-src 'nonce-")
         + nonce + QLatin1Char('\'');
 
-    return QStringLiteral("<!DOCTYPE html><html><head><meta charset=\"utf-8\">"
+    return QStringLiteral("<!DOCTYPE html><html class=\"") + appearanceName(appearance)
+        + QStringLiteral("\"><head><meta charset=\"utf-8\">"
                           "<meta http-equiv=\"Content-Security-Policy\" content=\"")
         + policy + QStringLiteral("\"><style>") + styleSheetText
         + QStringLiteral("</style></head><body><div id=\"diff-content\"></div><script nonce=\"") + nonce

@@ -11,8 +11,12 @@ public:
     /// Channel on which the page posts its content height in CSS pixels (a number).
     static constexpr auto contentHeightChannel = "contentHeightHandler";
 
-    /// The complete page for one (original, fixed) pair, ready to load without a base URL.
-    [[nodiscard]] static QString build(const QString& originalHtml, const QString& fixedHtml);
+    /// The panel's appearance, which the page's colours follow.
+    enum class Appearance { light, dark };
+
+    /// The complete page for one (original, fixed) pair, as one self-contained document.
+    [[nodiscard]] static QString build(const QString& originalHtml, const QString& fixedHtml,
+                                       Appearance appearance = Appearance::light);
 
     /// The text as a JavaScript template literal, backticks included.
     [[nodiscard]] static QString templateLiteral(const QString& text);
@@ -20,9 +24,12 @@ public:
     /// The script that moves the highlighted edit to the given index.
     [[nodiscard]] static QString scrollToEditScript(int index);
 
+    /// The script that switches a loaded page to another appearance, without reloading it.
+    [[nodiscard]] static QString appearanceScript(Appearance appearance);
+
     /// The diff script the page carries; empty (and logged) when the resource is missing.
     [[nodiscard]] static QString diffScript();
 
-    /// The page's style sheet, light and dark appearance.
+    /// The page's style sheet, light and dark appearance (dark applies under the root's class "dark").
     [[nodiscard]] static QString styleSheet();
 };

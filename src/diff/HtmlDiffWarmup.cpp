@@ -1,6 +1,7 @@
 #include "diff/HtmlDiffWarmup.h"
 
 #include "core/Logging.h"
+#include "diff/DiffPageScheme.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
@@ -47,6 +48,8 @@ void HtmlDiffWarmup::initializeEngine()
     if (qgetenv("QT_QUICK_BACKEND") == "software" || qgetenv("QT_QPA_PLATFORM") == "offscreen") {
         appendChromiumFlag("--disable-gpu");
     }
+    // The diff pages' own scheme must be known before the engine starts.
+    DiffPageScheme::registerScheme();
     QtWebEngineQuick::initialize();
 }
 

@@ -2,6 +2,7 @@
 list(APPEND TEMBREL_GUI_SOURCES
   diff/HtmlDiffPage.h diff/HtmlDiffPage.cpp
   diff/HtmlDiffWarmup.h diff/HtmlDiffWarmup.cpp
+  diff/DiffPageScheme.h diff/DiffPageScheme.cpp
   diff/DiffWebViewCoordinator.h diff/DiffWebViewCoordinator.cpp
 )
 list(APPEND TEMBREL_QML_FILES diff/DiffWebView.qml)

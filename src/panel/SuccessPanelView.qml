@@ -80,11 +80,13 @@ Item {
             implicitHeight: Math.max(60, web.contentHeightReported)
             DiffWebView {
                 id: web
+                objectName: "htmlDiff"
                 property real contentHeightReported: 120
                 anchors.fill: parent
                 originalHTML: view.model.originalHTML
                 fixedHTML: view.model.fixedHTML
                 currentEditIndex: view.model.currentEditIndex
+                dark: view.theme.dark
                 onEditCount: (count) => view.model.reportEditCount(count)
                 onContentHeight: (height) => contentHeightReported = Math.ceil(height)
             }

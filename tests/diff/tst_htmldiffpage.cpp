@@ -1,8 +1,9 @@
+#include "diff/DiffPageScheme.h"
 #include "diff/DiffWebViewCoordinator.h"
 #include "diff/HtmlDiffPage.h"
 #include "support/TestEnvironment.h"
 
-#include <QSignalSpy>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <memory>
@@ -25,8 +26,7 @@ private Q_SLOTS:
         // Backslashes first: the escape added before a backtick must not be doubled again.
         QTest::newRow("backslash before backtick") << QStringLiteral("\\`") << QStringLiteral("`\\\\\\``");
         QTest::newRow("backslash before dollar") << QStringLiteral("\\$") << QStringLiteral("`\\\\\\$`");
-        QTest::newRow("newlines and quotes untouched")
-            << QStringLiteral("a\n'b\"\r\t") << QStringLiteral("`a\n'b\"\r\t`");
+        QTest::newRow("newlines and quotes untouched") << QStringLiteral("a\n'b\"\r\t") << QStringLiteral("`a\n'b\"\r\t`");
         QTest::newRow("non-ASCII untouched") << QStringLiteral("é — 😀") << QStringLiteral("`é — 😀`");
     }
 
@@ -37,10 +37,21 @@ private Q_SLOTS:
         QCOMPARE(HtmlDiffPage::templateLiteral(text), literal);
     }
 
+    void pageHoldsItsPartsInOrder_data()
+    {
+        QTest::addColumn<bool>("dark");
+        QTest::addColumn<QString>("root");
+        QTest::newRow("light") << false << QStringLiteral("<html class=\"light\">");
+        QTest::newRow("dark") << true << QStringLiteral("<html class=\"dark\">");
+    }
+
     void pageHoldsItsPartsInOrder()
     {
-        const QString page = HtmlDiffPage::build(QStringLiteral("<p>old</p>"), QStringLiteral("<p>new</p>"));
-        QVERIFY(page.startsWith(QLatin1String("<!DOCTYPE html><html><head><meta charset=\"utf-8\">")));
+        QFETCH(bool, dark);
+        QFETCH(QString, root);
+        const QString page = HtmlDiffPage::build(QStringLiteral("<p>old</p>"), QStringLiteral("<p>new</p>"),
+                                                 dark ? HtmlDiffPage::Appearance::dark : HtmlDiffPage::Appearance::light);
+        QVERIFY(page.startsWith(QStringLiteral("<!DOCTYPE html>") + root + QStringLiteral("<head><meta charset=\"utf-8\">")));
         QVERIFY(page.endsWith(QLatin1String("</script></body></html>")));
         const QStringList parts = {
             QStringLiteral("<style>"),
@@ -61,11 +72,6 @@ private Q_SLOTS:
         }
     }
 
-    void diffScriptComesFromTheResources()
-    {
-        QVERIFY(HtmlDiffPage::diffScript().contains(QLatin1String("HtmlDiff.execute")));
-    }
-
     void documentsCannotCloseTheScriptElement()
     {
         const QString page = HtmlDiffPage::build(QStringLiteral("x</script><script>alert(1)</SCRIPT >"),
@@ -75,136 +81,119 @@ private Q_SLOTS:
         QVERIFY(page.contains(QLatin1String("var fixedHTML = `<\\!-- <script>`;")));
     }
 
-    void stylesheetHasADarkAppearance()
+    // Steps: "o:<doc>", "f:<doc>", "i:<index>" and "d:0|1" set a property; "now" updates at once,
+    // "turn" lets the event loop update. Each page load is logged with its appearance and fixed
+    // document, each script as it is.
+    void updates_data()
     {
-        const QString css = HtmlDiffPage::styleSheet();
-        const qsizetype dark = css.indexOf(QLatin1String("@media (prefers-color-scheme: dark)"));
-        QVERIFY(dark > 0);
-        QVERIFY(css.indexOf(QLatin1String("color: #f5f5f7"), dark) > dark);
-        QVERIFY(css.indexOf(QLatin1String("rgba(45, 122, 79, 0.15)")) < dark);
-        QVERIFY(css.indexOf(QLatin1String("rgba(45, 122, 79, 0.3)"), dark) > dark);
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("log");
+        QTest::newRow("both documents in one turn: one page, one scroll")
+            << "o:a f:b turn" << "load:light:b scrollToEdit(0)";
+        QTest::newRow("nothing set still gets a page, once") << "now now" << "load:light: scrollToEdit(0)";
+        QTest::newRow("index changes scroll without reloading")
+            << "o:a f:b now i:3 now i:3 now" << "load:light:b scrollToEdit(0) scrollToEdit(3)";
+        QTest::newRow("a changed document reloads, even back to the first")
+            << "o:a f:b now f:c now f:b now" << "load:light:b scrollToEdit(0) load:light:c load:light:b";
+        QTest::newRow("appearance before the first page builds it")
+            << "d:1 f:b turn" << "load:dark:b scrollToEdit(0)";
+        QTest::newRow("appearance switches the loaded page, only on a change")
+            << "f:b now d:1 now d:1 now d:0 now"
+            << "load:light:b scrollToEdit(0) setAppearance('dark') setAppearance('light')";
+        QTest::newRow("appearance and document together: one new page")
+            << "f:b now d:1 f:c now" << "load:light:b scrollToEdit(0) load:dark:c";
+        QTest::newRow("appearance switched there and back in one turn: nothing")
+            << "f:b now d:1 d:0 turn" << "load:light:b scrollToEdit(0)";
     }
 
-    void scrollScript()
+    void updates()
     {
-        QCOMPARE(HtmlDiffPage::scrollToEditScript(0), QStringLiteral("scrollToEdit(0)"));
-        QCOMPARE(HtmlDiffPage::scrollToEditScript(12), QStringLiteral("scrollToEdit(12)"));
-    }
-
-    void settingBothDocumentsLoadsOnePageAndScrollsOnce()
-    {
-        DiffWebViewCoordinator coordinator;
-        QSignalSpy loads(&coordinator, &DiffWebViewCoordinator::loadRequested);
-        QSignalSpy scripts(&coordinator, &DiffWebViewCoordinator::scriptRequested);
-        coordinator.setOriginalHTML(QStringLiteral("<p>a b</p>"));
-        coordinator.setFixedHTML(QStringLiteral("<p>a c</p>"));
-        QCOMPARE(loads.count(), 0);
-        QTRY_COMPARE(loads.count(), 1);
-        QVERIFY(loads.at(0).at(0).toString().contains(QLatin1String("var fixedHTML = `<p>a c</p>`;")));
-        // The first update always moves the highlight, even to index 0.
-        QCOMPARE(scripts.count(), 1);
-        QCOMPARE(scripts.at(0).at(0).toString(), QStringLiteral("scrollToEdit(0)"));
-    }
-
-    void indexChangesScrollWithoutReloading()
-    {
-        DiffWebViewCoordinator coordinator;
-        QSignalSpy loads(&coordinator, &DiffWebViewCoordinator::loadRequested);
-        QSignalSpy scripts(&coordinator, &DiffWebViewCoordinator::scriptRequested);
-        coordinator.setOriginalHTML(QStringLiteral("a"));
-        coordinator.setFixedHTML(QStringLiteral("b"));
-        coordinator.update();
-        coordinator.setCurrentEditIndex(3);
-        coordinator.update();
-        coordinator.setCurrentEditIndex(3);
-        coordinator.update();
-        QCOMPARE(loads.count(), 1);
-        QCOMPARE(scripts.count(), 2);
-        QCOMPARE(scripts.at(1).at(0).toString(), QStringLiteral("scrollToEdit(3)"));
-
-        coordinator.setFixedHTML(QStringLiteral("c"));
-        coordinator.update();
-        QCOMPARE(loads.count(), 2);
-        QCOMPARE(scripts.count(), 2);
-        // Back to the first pair: still a different page from the one loaded.
-        coordinator.setFixedHTML(QStringLiteral("b"));
-        coordinator.update();
-        QCOMPARE(loads.count(), 3);
-    }
-
-    void emptyDocumentsStillGetAPage()
-    {
-        DiffWebViewCoordinator coordinator;
-        QSignalSpy loads(&coordinator, &DiffWebViewCoordinator::loadRequested);
-        coordinator.update();
-        QCOMPARE(loads.count(), 1);
-        coordinator.update();
-        QCOMPARE(loads.count(), 1);
+        QFETCH(QString, steps);
+        QFETCH(QString, log);
+        static const QRegularExpression fixedDocument(QStringLiteral("var fixedHTML = `(.*?)`;"));
+        auto coordinator = std::make_unique<DiffWebViewCoordinator>();
+        QStringList actual;
+        QList<QUrl> pages;
+        connect(coordinator.get(), &DiffWebViewCoordinator::loadRequested, this, [&](const QUrl& url) {
+            const QString page = QString::fromUtf8(DiffPageScheme::page(url));
+            const bool dark = page.contains(QLatin1String("<html class=\"dark\">"));
+            actual << QStringLiteral("load:%1:%2").arg(dark ? QStringLiteral("dark") : QStringLiteral("light"),
+                                                       fixedDocument.match(page).captured(1));
+            pages << url;
+        });
+        connect(coordinator.get(), &DiffWebViewCoordinator::scriptRequested, this,
+                [&](const QString& script) { actual << script; });
+        for (const QString& step : steps.split(u' ')) {
+            const QString value = step.mid(2);
+            if (step == u"now")
+                coordinator->update();
+            else if (step == u"turn")
+                QCoreApplication::processEvents();
+            else if (step.startsWith(u"o:"))
+                coordinator->setOriginalHTML(value);
+            else if (step.startsWith(u"f:"))
+                coordinator->setFixedHTML(value);
+            else if (step.startsWith(u"i:"))
+                coordinator->setCurrentEditIndex(value.toInt());
+            else if (step.startsWith(u"d:"))
+                coordinator->setDark(value == u"1");
+        }
+        QCOMPARE(actual.join(u' '), log);
+        // Only the page on show is kept, and nothing once the coordinator is gone.
+        for (qsizetype i = 0; i < pages.size(); ++i)
+            QCOMPARE(DiffPageScheme::page(pages[i]).isEmpty(), i + 1 < pages.size());
+        coordinator.reset();
+        QVERIFY(DiffPageScheme::page(pages.last()).isEmpty());
     }
 
     void messages_data()
     {
         QTest::addColumn<QString>("channel");
         QTest::addColumn<QVariant>("body");
-        QTest::addColumn<int>("counts");
-        QTest::addColumn<int>("heights");
-        QTest::addColumn<double>("value");
-        QTest::newRow("count as double") << QStringLiteral("editCountHandler") << QVariant(3.0) << 1 << 0 << 3.0;
-        QTest::newRow("count as int") << QStringLiteral("editCountHandler") << QVariant(0) << 1 << 0 << 0.0;
-        QTest::newRow("count as string") << QStringLiteral("editCountHandler") << QVariant(QStringLiteral("3")) << 0 << 0 << 0.0;
-        QTest::newRow("fractional count") << QStringLiteral("editCountHandler") << QVariant(2.5) << 0 << 0 << 0.0;
-        QTest::newRow("negative count") << QStringLiteral("editCountHandler") << QVariant(-1.0) << 0 << 0 << 0.0;
-        QTest::newRow("count too large") << QStringLiteral("editCountHandler") << QVariant(1e12) << 0 << 0 << 0.0;
-        QTest::newRow("missing body") << QStringLiteral("editCountHandler") << QVariant() << 0 << 0 << 0.0;
-        QTest::newRow("height") << QStringLiteral("contentHeightHandler") << QVariant(120.5) << 0 << 1 << 120.5;
-        QTest::newRow("height as int") << QStringLiteral("contentHeightHandler") << QVariant(88) << 0 << 1 << 88.0;
-        QTest::newRow("height as bool") << QStringLiteral("contentHeightHandler") << QVariant(true) << 0 << 0 << 0.0;
-        QTest::newRow("unknown channel") << QStringLiteral("otherHandler") << QVariant(1.0) << 0 << 0 << 0.0;
-        QTest::newRow("channel name case") << QStringLiteral("EditCountHandler") << QVariant(1.0) << 0 << 0 << 0.0;
+        QTest::addColumn<QString>("delivered");
+        const QString count = QStringLiteral("editCountHandler");
+        const QString height = QStringLiteral("contentHeightHandler");
+        QTest::newRow("count as double") << count << QVariant(3.0) << QStringLiteral("count 3");
+        QTest::newRow("count as int") << count << QVariant(0) << QStringLiteral("count 0");
+        QTest::newRow("count as string") << count << QVariant(QStringLiteral("3")) << QString();
+        QTest::newRow("fractional count") << count << QVariant(2.5) << QString();
+        QTest::newRow("negative count") << count << QVariant(-1.0) << QString();
+        QTest::newRow("count too large") << count << QVariant(1e12) << QString();
+        QTest::newRow("missing body") << count << QVariant() << QString();
+        QTest::newRow("height") << height << QVariant(120.5) << QStringLiteral("height 120.5");
+        QTest::newRow("height as int") << height << QVariant(88) << QStringLiteral("height 88");
+        QTest::newRow("height as bool") << height << QVariant(true) << QString();
+        QTest::newRow("unknown channel") << QStringLiteral("otherHandler") << QVariant(1.0) << QString();
+        QTest::newRow("channel name case") << QStringLiteral("EditCountHandler") << QVariant(1.0) << QString();
     }
 
     void messages()
     {
         QFETCH(QString, channel);
         QFETCH(QVariant, body);
-        QFETCH(int, counts);
-        QFETCH(int, heights);
-        QFETCH(double, value);
+        QFETCH(QString, delivered);
         DiffWebViewCoordinator coordinator;
-        QSignalSpy countSpy(&coordinator, &DiffWebViewCoordinator::editCount);
-        QSignalSpy heightSpy(&coordinator, &DiffWebViewCoordinator::contentHeight);
+        QStringList received;
+        connect(&coordinator, &DiffWebViewCoordinator::editCount, this,
+                [&](int count) { received << QStringLiteral("count %1").arg(count); });
+        connect(&coordinator, &DiffWebViewCoordinator::contentHeight, this,
+                [&](double height) { received << QStringLiteral("height %1").arg(height); });
         coordinator.postMessage(channel, body);
         // Delivered from the event loop, never inside the call.
-        QCOMPARE(countSpy.count() + heightSpy.count(), 0);
+        QVERIFY(received.isEmpty());
         QCoreApplication::processEvents();
-        QCOMPARE(countSpy.count(), counts);
-        QCOMPARE(heightSpy.count(), heights);
-        if (counts > 0) {
-            QCOMPARE(countSpy.at(0).at(0).toInt(), qRound(value));
-        }
-        if (heights > 0) {
-            QCOMPARE(heightSpy.at(0).at(0).toDouble(), value);
-        }
+        QCOMPARE(received.join(u' '), delivered);
     }
 
     void messageAfterTheCoordinatorIsGoneIsDropped()
     {
         auto coordinator = std::make_unique<DiffWebViewCoordinator>();
         int delivered = 0;
-        QObject::connect(coordinator.get(), &DiffWebViewCoordinator::editCount, [&delivered] { ++delivered; });
+        connect(coordinator.get(), &DiffWebViewCoordinator::editCount, this, [&delivered] { ++delivered; });
         coordinator->postMessage(QStringLiteral("editCountHandler"), 2.0);
         coordinator.reset();
         QCoreApplication::processEvents();
         QCOMPARE(delivered, 0);
-    }
-
-    void hostScriptProvidesTheMessageHandlers()
-    {
-        DiffWebViewCoordinator coordinator;
-        const QString script = coordinator.hostScript();
-        QVERIFY(script.contains(QLatin1String("QWebChannel")));
-        QVERIFY(script.contains(QLatin1String("['editCountHandler', 'contentHeightHandler']")));
-        QVERIFY(script.contains(QLatin1String("window.webkit = { messageHandlers: handlers }")));
     }
 
 private:
