@@ -1,14 +1,11 @@
 // Renders every phase of the result panel in the light and the dark appearance over a plain
 // desktop and saves screenshots of the screen around it:  panel_gallery <output folder>
-//        panel_gallery --measure   (time to the first frame of a result and peak memory)
-// Run it inside scripts/with-desktop.sh.
+// Run it inside scripts/with-desktop.sh; bench/panel measures the panel's speed and memory.
 #include "PanelViewHarness.h"
 
 #include "diff/HtmlDiffWarmup.h"
 
 #include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QProcess>
@@ -97,46 +94,12 @@ QList<Scene> scenes()
     };
 }
 
-// Peak resident memory of the process so far, in megabytes.
-double peakMegabytes()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
-    }
-    return 0;
-}
-
-int measure()
-{
-    PanelViewHarness harness;
-    QElapsedTimer timer;
-    timer.start();
-    harness.controller->show(PanelPhase::success(
-        sampleResult(QStringLiteral("Teh meeting is moved too Thursday."), QStringLiteral("The meeting has moved to Thursday."),
-                     std::nullopt),
-        1.0));
-    bool swapped = false;
-    QObject::connect(harness.controller->window(), &QQuickWindow::frameSwapped, [&] { swapped = true; });
-    (void)QTest::qWaitFor([&] { return swapped; }, 10000);
-    const qint64 firstFrame = timer.elapsed();
-    QTest::qWait(1000);
-    qInfo("backend %s: first frame %lld ms, peak %.0f MB", qgetenv("QT_QUICK_BACKEND").isEmpty() ? "default" : qgetenv("QT_QUICK_BACKEND").constData(),
-          firstFrame, peakMegabytes());
-    return swapped ? 0 : 1;
-}
-
 } // namespace
 
 int main(int argc, char* argv[])
 {
     HtmlDiffWarmup::initializeEngine();
     QGuiApplication app(argc, argv);
-    if (app.arguments().value(1) == u"--measure")
-        return measure();
     const QString folder = app.arguments().value(1, QStringLiteral("."));
     QDir().mkpath(folder);
 

@@ -82,12 +82,6 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QCOMPARE(PanelTexts::editPosition(index, total), text);
     }
-
-    void keyCapsOfThisPlatform()
-    {
-        QCOMPARE(PanelTexts::pasteKeyCap(), QStringLiteral("Ctrl+V"));
-        QCOMPARE(PanelTexts::dismissKeyCap(), QStringLiteral("Esc"));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestPanelTexts)

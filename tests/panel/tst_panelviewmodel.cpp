@@ -27,6 +27,24 @@ int ticksUntilDismissed(PanelViewModel& model, int limit = 1000)
     return -1;
 }
 
+// The countdown's state in words, ending with how many more ticks it takes to dismiss the panel.
+QString describe(PanelViewModel& model)
+{
+    QStringList parts{QStringLiteral("progress %1").arg(model.countdownProgress(), 0, 'f', 2),
+                      QStringLiteral("%1 s").arg(model.countdownDuration())};
+    if (model.isCountingDown())
+        parts << QStringLiteral("counting");
+    if (model.isHovered())
+        parts << QStringLiteral("hovered");
+    if (model.countdownCancelled())
+        parts << QStringLiteral("cancelled");
+    parts << QStringLiteral("index %1").arg(model.currentEditIndex());
+    // Only the countdown's timer ticks the model: a model that is not counting down is never dismissed.
+    const int ticks = model.isCountingDown() ? ticksUntilDismissed(model) : -1;
+    parts << (ticks < 0 ? QStringLiteral("never dismissed") : QStringLiteral("dismissed after %1").arg(ticks));
+    return parts.join(QStringLiteral(", "));
+}
+
 } // namespace
 
 class TestPanelViewModel : public QObject
@@ -34,46 +52,32 @@ class TestPanelViewModel : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void startsAsLoading()
-    {
-        PanelViewModel model;
-        QCOMPARE(model.phase(), PanelPhase::loading());
-        QCOMPARE(model.countdownProgress(), 1.0);
-        QCOMPARE(model.countdownDuration(), 10.0);
-        QVERIFY(!model.isHovered());
-        QVERIFY(!model.countdownCancelled());
-        QCOMPARE(model.currentEditIndex(), 0);
-        QCOMPARE(model.totalEdits(), 0);
-        QVERIFY(!model.isCountingDown());
-    }
-
     void phaseEquality_data()
     {
         QTest::addColumn<PanelPhase>("a");
         QTest::addColumn<PanelPhase>("b");
         QTest::addColumn<bool>("equal");
-
-        FixResult one = resultWithEdits(1);
-        FixResult sameTextsOtherCount = resultWithEdits(7);
-        sameTextsOtherCount.fixedHTML = QStringLiteral("<p>the cat</p>");
-        FixResult otherFixed = resultWithEdits(1);
+        const FixResult one = resultWithEdits(1);
+        FixResult otherCountAndHtml = resultWithEdits(7);
+        otherCountAndHtml.fixedHTML = QStringLiteral("<p>the cat</p>");
+        FixResult otherFixed = one;
         otherFixed.fixedText = QStringLiteral("the dog");
-        FixResult otherOriginal = resultWithEdits(1);
+        FixResult otherOriginal = one;
         otherOriginal.originalText = QStringLiteral("teh dog");
+        const auto success = [](const FixResult& result, double seconds) { return PanelPhase::success(result, seconds); };
+        const auto error = [](const char* message) { return PanelPhase::error(QLatin1String(message)); };
 
         QTest::newRow("loading") << PanelPhase::loading() << PanelPhase::loading() << true;
-        QTest::newRow("success, only texts and duration count")
-            << PanelPhase::success(one, 1.5) << PanelPhase::success(sameTextsOtherCount, 1.5) << true;
-        QTest::newRow("success, other fixed text") << PanelPhase::success(one, 1.5) << PanelPhase::success(otherFixed, 1.5) << false;
-        QTest::newRow("success, other original text")
-            << PanelPhase::success(one, 1.5) << PanelPhase::success(otherOriginal, 1.5) << false;
-        QTest::newRow("success, other duration") << PanelPhase::success(one, 1.5) << PanelPhase::success(one, 1.25) << false;
-        QTest::newRow("no changes, same duration") << PanelPhase::noChanges(0.4) << PanelPhase::noChanges(0.4) << true;
-        QTest::newRow("no changes, other duration") << PanelPhase::noChanges(0.4) << PanelPhase::noChanges(0.5) << false;
-        QTest::newRow("error, same message") << PanelPhase::error(QStringLiteral("x")) << PanelPhase::error(QStringLiteral("x")) << true;
-        QTest::newRow("error, other message") << PanelPhase::error(QStringLiteral("x")) << PanelPhase::error(QStringLiteral("y")) << false;
+        QTest::newRow("success: only texts and duration count") << success(one, 1.5) << success(otherCountAndHtml, 1.5) << true;
+        QTest::newRow("success: other fixed text") << success(one, 1.5) << success(otherFixed, 1.5) << false;
+        QTest::newRow("success: other original text") << success(one, 1.5) << success(otherOriginal, 1.5) << false;
+        QTest::newRow("success: other duration") << success(one, 1.5) << success(one, 1.25) << false;
+        QTest::newRow("no changes: same duration") << PanelPhase::noChanges(0.4) << PanelPhase::noChanges(0.4) << true;
+        QTest::newRow("no changes: other duration") << PanelPhase::noChanges(0.4) << PanelPhase::noChanges(0.5) << false;
+        QTest::newRow("error: same message") << error("x") << error("x") << true;
+        QTest::newRow("error: other message") << error("x") << error("y") << false;
         QTest::newRow("different cases") << PanelPhase::noChanges(0.0) << PanelPhase::loading() << false;
-        QTest::newRow("error and empty no changes") << PanelPhase::error(QString()) << PanelPhase::noChanges(0.0) << false;
+        QTest::newRow("error and empty no changes") << error("") << PanelPhase::noChanges(0.0) << false;
     }
 
     void phaseEquality()
@@ -89,17 +93,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<PanelPhase>("phase");
         QTest::addColumn<double>("seconds");
-
         QTest::newRow("success without a count") << PanelPhase::success(resultWithEdits(std::nullopt), 1) << 5.0;
-        QTest::newRow("0 edits") << PanelPhase::success(resultWithEdits(0), 1) << 3.0;
-        QTest::newRow("1 edit") << PanelPhase::success(resultWithEdits(1), 1) << 5.0;
-        QTest::newRow("5 edits") << PanelPhase::success(resultWithEdits(5), 1) << 5.0;
-        QTest::newRow("6 edits") << PanelPhase::success(resultWithEdits(6), 1) << 7.0;
-        QTest::newRow("15 edits") << PanelPhase::success(resultWithEdits(15), 1) << 7.0;
-        QTest::newRow("16 edits") << PanelPhase::success(resultWithEdits(16), 1) << 9.0;
-        QTest::newRow("30 edits") << PanelPhase::success(resultWithEdits(30), 1) << 9.0;
-        QTest::newRow("31 edits") << PanelPhase::success(resultWithEdits(31), 1) << 10.0;
-        QTest::newRow("500 edits") << PanelPhase::success(resultWithEdits(500), 1) << 10.0;
+        // Edit counts on both sides of every step.
+        const QList<std::pair<int, double>> steps = {{0, 3}, {1, 5}, {5, 5}, {6, 7}, {15, 7}, {16, 9}, {30, 9}, {31, 10}, {500, 10}};
+        for (const auto& [edits, seconds] : steps)
+            QTest::addRow("%d edits", edits) << PanelPhase::success(resultWithEdits(edits), 1) << seconds;
         QTest::newRow("no changes") << PanelPhase::noChanges(0.3) << 3.0;
         QTest::newRow("error") << PanelPhase::error(QStringLiteral("Request timed out.")) << 5.0;
     }
@@ -110,28 +108,67 @@ private Q_SLOTS:
         QFETCH(double, seconds);
         PanelViewModel model;
         model.setPhase(phase);
-        QCOMPARE(model.countdownDuration(), seconds);
-        QVERIFY(model.isCountingDown());
         // One tick every 0.05 s: the panel goes after exactly seconds / 0.05 unhovered ticks.
-        const int expectedTicks = qRound(seconds / PanelViewModel::tickInterval);
-        QCOMPARE(ticksUntilDismissed(model), expectedTicks);
+        QCOMPARE(describe(model), QStringLiteral("progress 1.00, %1 s, counting, index 0, dismissed after %2")
+                                      .arg(seconds).arg(qRound(seconds / PanelViewModel::tickInterval)));
         QCOMPARE(model.countdownProgress(), 0.0);
         QVERIFY(!model.isCountingDown());
     }
 
-    void loadingNeverCountsDown()
+    // Steps: a phase ("loading", "error", "noChanges" of 3 s, "success20" of 9 s), "tick<n>",
+    // "hover", "unhover", "cancel", "index<n>" and "reset".
+    void countdown_data()
     {
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("state");
+        QTest::newRow("a new model") << "" << "progress 1.00, 10 s, index 0, never dismissed";
+        QTest::newRow("loading never counts down and keeps the duration before")
+            << "error loading" << "progress 1.00, 5 s, index 0, never dismissed";
+        QTest::newRow("hover pauses, the timer keeps running")
+            << "noChanges tick20 hover tick1000" << "progress 0.67, 3 s, counting, hovered, index 0, never dismissed";
+        QTest::newRow("leaving resumes where it paused")
+            << "noChanges tick20 hover tick1000 unhover" << "progress 0.67, 3 s, counting, index 0, dismissed after 40";
+        QTest::newRow("a new phase restarts the countdown and clears hover")
+            << "error tick30 hover success20" << "progress 1.00, 9 s, counting, index 0, dismissed after 180";
+        QTest::newRow("cancel stops it for good")
+            << "noChanges tick1 cancel" << "progress 0.98, 3 s, cancelled, index 0, never dismissed";
+        QTest::newRow("a new phase after cancel counts again")
+            << "noChanges tick1 cancel error" << "progress 1.00, 5 s, counting, index 0, dismissed after 100";
+        QTest::newRow("reset to loading keeps only the edit index")
+            << "error tick1 hover cancel index3 reset" << "progress 1.00, 5 s, index 3, never dismissed";
+        QTest::newRow("a new phase keeps the edit index") << "index2 success20" << "progress 1.00, 9 s, counting, index 2, dismissed after 180";
+    }
+
+    void countdown()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, state);
         PanelViewModel model;
-        model.setPhase(PanelPhase::error(QStringLiteral("x")));
-        model.setPhase(PanelPhase::loading());
-        QVERIFY(!model.isCountingDown());
-        // The duration of the phase before stays: loading leaves it alone.
-        QCOMPARE(model.countdownDuration(), 5.0);
-        bool dismissed = false;
-        model.onDismiss = [&] { dismissed = true; };
-        QTest::qWait(200);
-        QVERIFY(!dismissed);
-        QCOMPARE(model.countdownProgress(), 1.0);
+        model.setTotalEdits(5);
+        for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
+            if (step == u"loading")
+                model.setPhase(PanelPhase::loading());
+            else if (step == u"error")
+                model.setPhase(PanelPhase::error(QStringLiteral("x")));
+            else if (step == u"noChanges")
+                model.setPhase(PanelPhase::noChanges(0.1));
+            else if (step == u"success20")
+                model.setPhase(PanelPhase::success(resultWithEdits(20), 2.0));
+            else if (step.startsWith(u"tick"))
+                for (int i = step.mid(4).toInt(); i > 0; --i)
+                    model.tick();
+            else if (step == u"hover" || step == u"unhover")
+                model.setHovered(step == u"hover");
+            else if (step == u"cancel")
+                model.cancelCountdown();
+            else if (step.startsWith(u"index"))
+                model.setCurrentEditIndex(step.mid(5).toInt());
+            else if (step == u"reset")
+                model.resetToLoading();
+            else
+                QFAIL(qPrintable(step));
+        }
+        QCOMPARE(describe(model), state);
     }
 
     void timerDrivesTheCountdown()
@@ -139,91 +176,13 @@ private Q_SLOTS:
         PanelViewModel model;
         QSignalSpy progress(&model, &PanelViewModel::countdownProgressChanged);
         model.setPhase(PanelPhase::noChanges(0.1));
-        const double before = model.countdownProgress();
-        QTRY_VERIFY(model.countdownProgress() < before);
-        QVERIFY(progress.count() >= 2);
-    }
-
-    void hoverPausesAndResumes()
-    {
-        PanelViewModel model;
-        model.setPhase(PanelPhase::noChanges(0.1)); // 3 s = 60 ticks
-        for (int i = 0; i < 20; ++i)
-            model.tick();
-        const double paused = model.countdownProgress();
-        QVERIFY(qAbs(paused - 2.0 / 3.0) < 1e-9);
-
-        model.setHovered(true);
-        bool dismissed = false;
-        model.onDismiss = [&] { dismissed = true; };
-        for (int i = 0; i < 1000; ++i)
-            model.tick();
-        QVERIFY(!dismissed);
-        QCOMPARE(model.countdownProgress(), paused);
-        QVERIFY2(model.isCountingDown(), "the timer keeps running while hovered");
-
-        model.setHovered(false);
-        QCOMPARE(ticksUntilDismissed(model), 40);
-    }
-
-    void newPhaseRestartsRunningCountdown()
-    {
-        PanelViewModel model;
-        model.setPhase(PanelPhase::error(QStringLiteral("x")));
-        for (int i = 0; i < 30; ++i)
-            model.tick();
-        model.setHovered(true);
+        QTRY_VERIFY(progress.count() >= 2);
         QVERIFY(model.countdownProgress() < 1.0);
-
-        model.setPhase(PanelPhase::success(resultWithEdits(20), 2.0));
-        QCOMPARE(model.countdownProgress(), 1.0);
-        QVERIFY2(!model.isHovered(), "a new phase clears hover");
-        QCOMPARE(model.countdownDuration(), 9.0);
-        QCOMPARE(ticksUntilDismissed(model), 180);
-    }
-
-    void cancelThenNewPhase()
-    {
-        PanelViewModel model;
-        model.setPhase(PanelPhase::noChanges(0.2));
-        model.tick();
-        model.cancelCountdown();
-        QVERIFY(model.countdownCancelled());
-        QVERIFY(!model.isCountingDown());
-        QCOMPARE(ticksUntilDismissed(model, 200), -1);
-
-        model.setPhase(PanelPhase::error(QStringLiteral("Request timed out.")));
-        QVERIFY(!model.countdownCancelled());
-        QCOMPARE(model.countdownProgress(), 1.0);
-        QVERIFY(model.isCountingDown());
-        QCOMPARE(ticksUntilDismissed(model), 100);
-    }
-
-    void resetToLoading()
-    {
-        PanelViewModel model;
-        model.setPhase(PanelPhase::error(QStringLiteral("x")));
-        model.tick();
-        model.setHovered(true);
-        model.cancelCountdown();
-        model.setCurrentEditIndex(3);
-        model.resetToLoading();
-        QCOMPARE(model.phase(), PanelPhase::loading());
-        QCOMPARE(model.countdownProgress(), 1.0);
-        QVERIFY(!model.countdownCancelled());
-        QVERIFY(!model.isHovered());
-        QVERIFY(!model.isCountingDown());
-        QCOMPARE(model.currentEditIndex(), 3);
-    }
-
-    void setPhaseKeepsEditIndex()
-    {
-        PanelViewModel model;
-        model.setTotalEdits(5);
-        model.setCurrentEditIndex(2);
-        model.setPhase(PanelPhase::success(resultWithEdits(5), 1));
-        QCOMPARE(model.currentEditIndex(), 2);
-        QCOMPARE(model.totalEdits(), 5);
+        // Loading stops the timer itself, not only the counting.
+        model.setPhase(PanelPhase::loading());
+        const double stopped = model.countdownProgress();
+        QTest::qWait(200);
+        QCOMPARE(model.countdownProgress(), stopped);
     }
 
     void editNavigationWraps_data()
@@ -236,6 +195,7 @@ private Q_SLOTS:
         QTest::newRow("middle of three") << 3 << 1 << 0 << 2;
         QTest::newRow("last of three") << 3 << 2 << 1 << 0;
         QTest::newRow("only edit") << 1 << 0 << 0 << 0;
+        QTest::newRow("no edits stays") << 0 << 0 << 0 << 0;
     }
 
     void editNavigationWraps()
@@ -254,27 +214,18 @@ private Q_SLOTS:
         QCOMPARE(model.currentEditIndex(), next);
     }
 
-    void navigationWithoutEditsStays()
-    {
-        PanelViewModel model;
-        model.previousEdit();
-        model.nextEdit();
-        QCOMPARE(model.currentEditIndex(), 0);
-        QCOMPARE(model.editPosition(), QStringLiteral("0 of 0"));
-    }
-
     void editCountReportedOncePerPhase()
     {
         PanelViewModel model;
         QList<qint64> reported;
         model.onEditCount = [&](qint64 count) { reported.append(count); };
+        QCOMPARE(model.editPosition(), QStringLiteral("0 of 0"));
         model.setPhase(PanelPhase::success(resultWithEdits(std::nullopt), 1.234));
         QCOMPARE(model.successHeader(), QStringLiteral("Copied! · 0 edits · 1.23s"));
 
         model.setCurrentEditIndex(2);
         model.reportEditCount(4);
         QCOMPARE(model.totalEdits(), 4);
-        QCOMPARE(model.currentEditIndex(), 0);
         QCOMPARE(model.successHeader(), QStringLiteral("Copied! · 4 edits · 1.23s"));
         QCOMPARE(model.editPosition(), QStringLiteral("1 of 4"));
         model.reportEditCount(4);
@@ -290,7 +241,7 @@ private Q_SLOTS:
     {
         PanelViewModel model;
         QStringList calls;
-        model.dismiss();
+        model.dismiss(); // nobody listening yet: nothing happens
         model.retry();
         model.onDismiss = [&] { calls << QStringLiteral("dismiss"); };
         model.onRetry = [&] { calls << QStringLiteral("retry"); };
