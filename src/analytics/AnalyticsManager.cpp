@@ -57,25 +57,6 @@ void AnalyticsManager::trackFixFailed(bool customEndpointInUse, int failureCateg
     });
 }
 
-void AnalyticsManager::trackFixCompleted(const CompletedFix& fix)
-{
-    capture(QString::fromLatin1(Analytics::eventFixCompleted), fixCompletedProperties(fix));
-}
-
-QJsonObject AnalyticsManager::fixCompletedProperties(const CompletedFix& fix)
-{
-    QJsonObject properties {
-        {QString::fromLatin1(Analytics::keyEndpointType), Analytics::endpointType(fix.customEndpoint)},
-        {QString::fromLatin1(Analytics::keyEditCount), fix.editCount},
-        {QString::fromLatin1(Analytics::keyTextLengthBucket), Analytics::textLengthBucket(fix.originalCharacters)},
-        {QString::fromLatin1(Analytics::keyHadChanges), fix.hadChanges},
-        {QString::fromLatin1(Analytics::keyDurationMs), fix.durationMs},
-    };
-    if (fix.modeName && !fix.modeName->isEmpty())
-        properties.insert(QString::fromLatin1(Analytics::keyModeName), *fix.modeName);
-    return properties;
-}
-
 void AnalyticsManager::capture(const QString& event, const QJsonObject& properties)
 {
     // Checked at every call as well as through the client's opt-out, so a disabled setting holds

@@ -9,20 +9,9 @@
 
 class PostHogClient;
 
-/// What the fix coordinator reports about one successful fix. Counts and flags only: the
-/// original and fixed texts never reach analytics, only the length bucket of the original.
-struct CompletedFix
-{
-    bool customEndpoint = false;        // "endpoint_type": "custom" or "cloud"
-    qint64 editCount = 0;
-    qint64 originalCharacters = 0;      // user-perceived characters, turned into the bucket
-    bool hadChanges = false;
-    qint64 durationMs = 0;
-    std::optional<QString> modeName;    // "mode_name" only when the mode has a name
-};
-
 /// The application's only door to analytics: sets the client up once, follows the user's
-/// consent and offers one operation per event, so that event names and property keys live here.
+/// consent and offers one operation per event. The fix coordinator builds "tembrel_completed"
+/// itself from the shared vocabulary and sends it through `capture`.
 /// The app constructs one and hands it to the coordinator, the shell and the settings store.
 /// Every operation first asks the consent check and does nothing when it says no; operations may
 /// be called from any thread as long as the consent check may.
@@ -47,13 +36,8 @@ public:
     /// "tembrel_failed", when a fix ends in an error shown to the user; `failureCategory` is the
     /// pipeline's category code.
     void trackFixFailed(bool customEndpointInUse, int failureCategory);
-    /// "tembrel_completed", when a fix succeeded and its diff has been counted.
-    void trackFixCompleted(const CompletedFix& fix);
     /// Captures any event with these properties (bool, integer or text values), consent permitting.
     void capture(const QString& event, const QJsonObject& properties);
-
-    /// The properties of "tembrel_completed" for `fix`.
-    [[nodiscard]] static QJsonObject fixCompletedProperties(const CompletedFix& fix);
 
     /// The installation's anonymous id, for the cloud service's header and the trace text.
     [[nodiscard]] QString distinctId() const;

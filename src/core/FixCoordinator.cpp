@@ -1,5 +1,7 @@
 #include "core/FixCoordinator.h"
 
+#include "analytics/AnalyticsVocabulary.h"
+
 #include "core/Logging.h"
 #include "core/TextFormat.h"
 #include "engines/TextFixEngine.h"
@@ -332,14 +334,15 @@ void FixCoordinator::complete(const Completion& completion, qint64 editCount)
     m_neighbours.usage.recordFix(editCount, characters);
     if (!m_neighbours.settings.isAnalyticsEnabled())
         return;
+    // Counts and flags only: the texts never reach analytics, only the original's length bucket.
     QVariantMap properties{
-        {QStringLiteral("endpoint_type"), endpointType(completion.customInUse)},
-        {QStringLiteral("edit_count"), editCount},
-        {QStringLiteral("text_length_bucket"), m_neighbours.analytics.textLengthBucket(characters)},
-        {QStringLiteral("had_changes"), completion.hadChanges},
-        {QStringLiteral("duration_ms"), completion.durationMs},
+        {QString::fromLatin1(Analytics::keyEndpointType), Analytics::endpointType(completion.customInUse)},
+        {QString::fromLatin1(Analytics::keyEditCount), editCount},
+        {QString::fromLatin1(Analytics::keyTextLengthBucket), m_neighbours.analytics.textLengthBucket(characters)},
+        {QString::fromLatin1(Analytics::keyHadChanges), completion.hadChanges},
+        {QString::fromLatin1(Analytics::keyDurationMs), completion.durationMs},
     };
     if (completion.modeName)
-        properties.insert(QStringLiteral("mode_name"), *completion.modeName);
-    m_neighbours.analytics.capture(QStringLiteral("tembrel_completed"), properties);
+        properties.insert(QString::fromLatin1(Analytics::keyModeName), *completion.modeName);
+    m_neighbours.analytics.capture(QString::fromLatin1(Analytics::eventFixCompleted), properties);
 }

@@ -88,19 +88,6 @@ private Q_SLOTS:
             {{"endpoint_type", "cloud"}, {"error_type", "other"}});
         row("failed, code 9", [](AnalyticsManager& m) { m.trackFixFailed(true, 9); }, "tembrel_failed",
             {{"endpoint_type", "custom"}, {"error_type", "other"}});
-        row("completed, named mode", [](AnalyticsManager& m) { m.trackFixCompleted({false, 3, 50, true, 812, "Casual"}); },
-            "tembrel_completed",
-            {{"endpoint_type", "cloud"}, {"edit_count", 3}, {"text_length_bucket", "tiny"}, {"had_changes", true},
-             {"duration_ms", 812}, {"mode_name", "Casual"}});
-        row("completed, no mode name",
-            [](AnalyticsManager& m) { m.trackFixCompleted({true, 0, 5001, false, 90, std::nullopt}); },
-            "tembrel_completed",
-            {{"endpoint_type", "custom"}, {"edit_count", 0}, {"text_length_bucket", "very_long"},
-             {"had_changes", false}, {"duration_ms", 90}});
-        row("completed, empty mode name",
-            [](AnalyticsManager& m) { m.trackFixCompleted({true, 7, 51, true, 1234, QString()}); }, "tembrel_completed",
-            {{"endpoint_type", "custom"}, {"edit_count", 7}, {"text_length_bucket", "short"}, {"had_changes", true},
-             {"duration_ms", 1234}});
     }
 
     void eventsCarryExactlyTheirProperties()
@@ -149,7 +136,6 @@ private Q_SLOTS:
         *m_enabled = false; // written, but consent not applied yet
         analytics->trackFixFailed(false, 2);
         analytics->trackOnboardingCompleted(true);
-        analytics->trackFixCompleted({});
         analytics->capture("tembrel_completed", {});
         QVERIFY(!analytics->client().isOptedOut());
         QCOMPARE(analytics->client().queuedCount(), 0);
