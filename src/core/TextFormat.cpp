@@ -2,6 +2,7 @@
 
 #include <QLocale>
 #include <QTextBoundaryFinder>
+#include <algorithm>
 
 bool TextFormat::isBlank(const QString& text)
 {
@@ -19,11 +20,15 @@ QString TextFormat::escapeHtml(const QString& text)
     return out;
 }
 
-qsizetype TextFormat::characterCount(const QString& text)
+qsizetype TextFormat::characterCount(QStringView text)
 {
-    if (text.isEmpty())
-        return 0;
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    // Below U+0300 only a carriage return before a line feed joins what follows it: such a text
+    // has one character per code unit, and long texts mostly are such texts.
+    const bool simple =
+        std::none_of(text.begin(), text.end(), [](QChar c) { return c.unicode() >= 0x300 || c == u'\r'; });
+    if (simple)
+        return text.size();
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
     qsizetype count = 0;
     while (finder.toNextBoundary() != -1)
         ++count;

@@ -2,8 +2,8 @@
 
 #include "app/BuildConfig.h"
 #include "core/Logging.h"
+#include "core/TextFormat.h"
 #include "engines/HttpExchange.h"
-#include "engines/TextChunker.h"
 
 #include <QElapsedTimer>
 #include <QJsonDocument>
@@ -68,7 +68,7 @@ QCoro::Task<FixOutcome> CloudEngine::fix(QString text, QString systemPrompt, Tra
 {
     if (text.trimmed().isEmpty())
         co_return TextFixError::emptyInput();
-    if (characterCount(text) > maxTextLength)
+    if (TextFormat::characterCount(text) > maxTextLength)
         co_return TextFixError::inputTooLong(int(maxTextLength));
     const std::optional<QUrl> url = requestUrl();
     if (!url) {

@@ -1,6 +1,7 @@
 #include "engines/CustomOpenAIEngine.h"
 
 #include "core/Logging.h"
+#include "core/TextFormat.h"
 #include "diff/DiffUtils.h"
 #include "engines/ChatCompletion.h"
 #include "engines/HttpExchange.h"
@@ -58,7 +59,7 @@ QCoro::Task<FixOutcome> CustomOpenAIEngine::fix(QString text, QString systemProm
         co_return TextFixError::engineUnavailable();
     if (text.trimmed().isEmpty())
         co_return TextFixError::emptyInput();
-    const qsizetype length = characterCount(text);
+    const qsizetype length = TextFormat::characterCount(text);
     if (length > maxTotalLength)
         co_return TextFixError::inputTooLong(int(maxTotalLength));
     const std::optional<QUrl> url = ChatCompletion::endpointUrl(config.url);

@@ -33,16 +33,6 @@ qsizetype charactersUpTo(const QList<qsizetype>& boundaries, qsizetype offset)
 
 } // namespace
 
-qsizetype characterCount(QStringView text)
-{
-    bool simple = std::none_of(text.begin(), text.end(), [](QChar c) {
-        return c.unicode() >= 0x300 || c == u'\r';
-    });
-    if (simple)
-        return text.size();
-    return characterBoundaries(text).size() - 1;
-}
-
 qsizetype TextChunker::splitPoint(const QString& prefix)
 {
     const QList<qsizetype> boundaries = characterBoundaries(prefix);

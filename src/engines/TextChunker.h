@@ -4,12 +4,8 @@
 #include <QStringList>
 #include <QStringView>
 
-/// Number of user-perceived characters (grapheme clusters) in a text; limits and chunk sizes count
-/// these, not UTF-16 code units.
-[[nodiscard]] qsizetype characterCount(QStringView text);
-
 /// Splits texts too long for one request into pieces that break at paragraphs, lines, sentences or
-/// words, in that order of preference.
+/// words, in that order of preference. Sizes count characters as TextFormat::characterCount does.
 class TextChunker
 {
 public:
