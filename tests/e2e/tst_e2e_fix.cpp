@@ -1,4 +1,4 @@
-#include "ChromiumSession.h"
+#include "support/ChromiumSession.h"
 #include "support/TestHttpServer.h"
 
 #include "engines/ApiKeyStore.h"

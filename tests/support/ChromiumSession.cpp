@@ -48,6 +48,7 @@ bool ChromiumSession::start(const QString& pageFile)
                           QStringLiteral("--no-default-browser-check"),
                           QStringLiteral("--disable-gpu"),
                           QStringLiteral("--password-store=basic"),
+                          QStringLiteral("--disable-background-networking"),
                           QStringLiteral("--window-position=0,0"),
                           QStringLiteral("--window-size=1200,900"),
                           QUrl::fromLocalFile(pageFile).toString()};
@@ -63,7 +64,7 @@ bool ChromiumSession::start(const QString& pageFile)
 
     // Chromium writes the port it chose into the profile once it listens.
     const QString portFile = m_profile.path() + QStringLiteral("/DevToolsActivePort");
-    if (!QTest::qWaitFor([&] { return QFile(portFile).size() > 0; }, 20000)) {
+    if (!QTest::qWaitFor([&] { return QFile(portFile).size() > 0; }, 60000)) {
         m_error = QStringLiteral("chromium did not open its debugging port");
         return false;
     }
@@ -121,6 +122,7 @@ QJsonValue ChromiumSession::evaluate(const QString& expression, int timeoutMs)
 {
     const QJsonObject reply = call(QStringLiteral("Runtime.evaluate"),
                                    {{QStringLiteral("expression"), expression},
+                                    {QStringLiteral("userGesture"), true},
                                     {QStringLiteral("returnByValue"), true},
                                     {QStringLiteral("awaitPromise"), true}},
                                    timeoutMs);

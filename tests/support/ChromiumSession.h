@@ -20,12 +20,13 @@ public:
     [[nodiscard]] QString error() const { return m_error; }
     [[nodiscard]] qint64 processId() const { return m_process.processId(); }
 
-    /// Evaluates a JavaScript expression in the page and returns its value (awaiting promises).
+    /// Evaluates a JavaScript expression in the page, as if the user had just acted there (so the
+    /// page may copy), and returns its value, awaiting promises.
     QJsonValue evaluate(const QString& expression, int timeoutMs = 5000);
+    /// Sends one protocol command and returns Chromium's reply; empty when none came in time.
+    QJsonObject call(const QString& method, const QJsonObject& params, int timeoutMs = 5000);
 
 private:
-    QJsonObject call(const QString& method, const QJsonObject& params, int timeoutMs);
-
     QProcess m_process;
     QTemporaryDir m_profile;
     QWebSocket m_socket;
