@@ -35,13 +35,17 @@ qsizetype TextFormat::characterCount(QStringView text)
     return count;
 }
 
+QLocale TextFormat::displayLocale()
+{
+    // The C locale (no LANG set) writes numbers without grouping and times with seconds; read it
+    // as English, as the product's own texts are.
+    const QLocale locale;
+    return locale.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : locale;
+}
+
 QString TextFormat::groupedNumber(qint64 value)
 {
-    QLocale locale;
-    // The C locale (no LANG set) writes numbers without grouping; read it as English, whose
-    // grouping the product's texts show.
-    if (locale.language() == QLocale::C)
-        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    QLocale locale = displayLocale();
     locale.setNumberOptions(locale.numberOptions() & ~QLocale::OmitGroupSeparator);
     return locale.toString(value);
 }

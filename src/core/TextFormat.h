@@ -1,4 +1,5 @@
 #pragma once
+#include <QLocale>
 #include <QString>
 
 /// Text rules shared by several components.
@@ -10,6 +11,8 @@ namespace TextFormat {
 /// Count of user-perceived characters (grapheme clusters): what limits, chunk sizes and the usage
 /// counters count, never UTF-16 code units.
 [[nodiscard]] qsizetype characterCount(QStringView text);
+/// The user's locale for numbers and dates shown, English when none is set.
+[[nodiscard]] QLocale displayLocale();
 /// 1234 → "1,234": grouped the way the user's locale groups numbers (English when none is set).
 [[nodiscard]] QString groupedNumber(qint64 value);
 /// "1 edit", "2 edits": adds "s" unless the count is 1.

@@ -1,14 +1,10 @@
 #include "history/HistoryListModel.h"
 
+#include "core/TextFormat.h"
 #include "history/HistoryGrouping.h"
 #include "history/HistoryManager.h"
 
 namespace {
-
-QString plural(qint64 count, const QString& noun)
-{
-    return QString::number(count) + QLatin1Char(' ') + noun + (count == 1 ? QString() : QStringLiteral("s"));
-}
 
 // Whether every id of `shorter` occurs in `longer`, in the same order (ids are unique).
 bool isSubsequence(const QList<FixHistoryEntry>& shorter, const QList<FixHistoryEntry>& longer)
@@ -94,12 +90,12 @@ qint64 HistoryListModel::totalEdits() const
 
 QString HistoryListModel::tembrelSummary() const
 {
-    return plural(totalCount(), QStringLiteral("tembrel"));
+    return TextFormat::plural(totalCount(), QStringLiteral("tembrel"));
 }
 
 QString HistoryListModel::editSummary() const
 {
-    return plural(totalEdits(), QStringLiteral("edit"));
+    return TextFormat::plural(totalEdits(), QStringLiteral("edit"));
 }
 
 QStringList HistoryListModel::headings() const

@@ -32,41 +32,24 @@ Item {
         anchors.margins: 16
         height: 30
 
-        Item {
+        // One line: edits, source application and date, between half-opacity middle dots; the
+        // end gives way to an ellipsis when the window is too narrow for all of it.
+        Text {
+            objectName: "headerLine"
             anchors.left: parent.left
             anchors.right: traceButton.left
             anchors.rightMargin: 10
-            anchors.top: parent.top
-            anchors.bottom: parent.bottom
-            clip: true
-
-        Row {
-            objectName: "headerLine"
             anchors.verticalCenter: parent.verticalCenter
-            spacing: 6
-
-            Repeater {
-                model: detail.history.headerParts
-                delegate: Row {
-                    required property string modelData
-                    required property int index
-                    spacing: 6
-                    Text {
-                        visible: index > 0
-                        text: "\u00b7"
-                        opacity: 0.5
-                        color: detail.theme.secondaryText
-                        font.pixelSize: detail.theme.bodySize
-                    }
-                    Text {
-                        text: modelData
-                        color: detail.theme.secondaryText
-                        font.pixelSize: detail.theme.bodySize
-                        textFormat: Text.PlainText
-                    }
-                }
+            color: detail.theme.secondaryText
+            font.pixelSize: detail.theme.bodySize
+            textFormat: Text.StyledText
+            elide: Text.ElideRight
+            text: {
+                const escape = (part) => part.replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/>/g, "&gt;")
+                const dimmed = Qt.rgba(color.r, color.g, color.b, 0.5)
+                const dot = "&nbsp;&nbsp;<font color=\"" + dimmed + "\">\u00b7</font>&nbsp;&nbsp;"
+                return detail.history.headerParts.map(escape).join(dot)
             }
-        }
         }
 
         HistoryWindowButton {
@@ -188,6 +171,7 @@ Item {
             anchors.margins: 6
             originalHTML: visible ? detail.history.originalHTML : ""
             fixedHTML: visible ? detail.history.fixedHTML : ""
+            dark: detail.dark
         }
     }
 

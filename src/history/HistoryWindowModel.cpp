@@ -1,20 +1,13 @@
 #include "history/HistoryWindowModel.h"
 
+#include "core/TextFormat.h"
 #include "core/TraceCollector.h"
 #include "history/HistoryManager.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QLocale>
-
-namespace {
-
-QString plural(qint64 count, const QString& noun)
-{
-    return QString::number(count) + QLatin1Char(' ') + noun + (count == 1 ? QString() : QStringLiteral("s"));
-}
-
-} // namespace
+#include <QRegularExpression>
 
 HistoryWindowModel::HistoryWindowModel(HistoryManager& store, std::function<QString()> clientId,
                                        std::function<QString()> shortcutText, QObject* parent)
@@ -89,14 +82,28 @@ QStringList HistoryWindowModel::headerParts() const
         return {};
     QStringList parts;
     if (m_selected->editCount)
-        parts.append(plural(*m_selected->editCount, QStringLiteral("edit")));
+        parts.append(TextFormat::plural(*m_selected->editCount, QStringLiteral("edit")));
     if (m_selected->sourceApp && !m_selected->sourceApp->isEmpty())
         parts.append(*m_selected->sourceApp);
-    const QLocale locale;
+    const QLocale locale = TextFormat::displayLocale();
     const QDateTime when = m_selected->timestamp.toLocalTime();
-    parts.append(locale.toString(when.date(), QLocale::LongFormat) + QStringLiteral(", ")
+    parts.append(locale.toString(when.date(), longDateWithoutWeekday(locale)) + QStringLiteral(", ")
                  + locale.toString(when.time(), QLocale::ShortFormat));
     return parts;
+}
+
+QString HistoryWindowModel::longDateWithoutWeekday(const QLocale& locale)
+{
+    // The locale's long date names the weekday too, which leaves no room beside the trace button.
+    static const QRegularExpression weekday(QStringLiteral("[,\u060C\\s]*dddd[,\u060C\\s]*|[,\u060C\\s]*ddd(?!d)[,\u060C\\s]*"));
+    QString pattern = locale.dateFormat(QLocale::LongFormat);
+    const QRegularExpressionMatch found = weekday.match(pattern);
+    if (!found.hasMatch())
+        return pattern;
+    // Removed from the start or the end, the separators around it go too; from the middle, one stays.
+    const bool inside = found.capturedStart() > 0 && found.capturedEnd() < pattern.size();
+    pattern.replace(found.capturedStart(), found.capturedLength(), inside ? QStringLiteral(" ") : QString());
+    return pattern.trimmed();
 }
 
 QString HistoryWindowModel::originalText() const
@@ -181,7 +188,7 @@ void HistoryWindowModel::setTraceCopied(bool copied)
 
 QString HistoryWindowModel::clearMessage() const
 {
-    return QStringLiteral("Delete all ") + plural(m_store.count(), QStringLiteral("tembrel"))
+    return QStringLiteral("Delete all ") + TextFormat::plural(m_store.count(), QStringLiteral("tembrel"))
            + QStringLiteral(" from history? This can't be undone.");
 }
 

@@ -2,6 +2,7 @@
 #include "history/FixHistoryEntry.h"
 #include "history/HistoryListModel.h"
 
+#include <QLocale>
 #include <QObject>
 #include <QStringList>
 #include <QTimer>
@@ -67,6 +68,8 @@ public:
     [[nodiscard]] bool hasSelection() const { return m_selected.has_value(); }
     /// "N edits", the source application and the date, each only when known.
     [[nodiscard]] QStringList headerParts() const;
+    /// The locale's long date pattern without the weekday: "MMMM d, yyyy" for American English.
+    [[nodiscard]] static QString longDateWithoutWeekday(const QLocale& locale);
     [[nodiscard]] QString originalText() const;
     [[nodiscard]] QString fixedText() const;
     [[nodiscard]] QString originalHTML() const;

@@ -4,6 +4,7 @@
 // States: list, search, plain, rich-original, rich-tembreled, rich-diff, trace, notrace, empty,
 // nomatch, delete, clear.
 #include "HistoryWindowFixture.h"
+#include "diff/HtmlDiffWarmup.h"
 #include "history/HistoryFile.h"
 #include "history/HistoryManager.h"
 #include "history/HistoryWindowController.h"
@@ -20,7 +21,6 @@
 #include <QSettings>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
-#include <QtWebEngineQuick/qtwebenginequickglobal.h>
 #include <cstdio>
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
@@ -47,7 +47,7 @@ QString idOfFirst(const QList<FixHistoryEntry>& entries, bool rich, bool traced)
 int main(int argc, char** argv)
 {
     TestEnvironment env;
-    QtWebEngineQuick::initialize();
+    HtmlDiffWarmup::initializeEngine();
     QGuiApplication app(argc, argv);
     QCommandLineParser parser;
     parser.addOptions({{QStringLiteral("count"), QStringLiteral("entries"), QStringLiteral("n"), QStringLiteral("300")},

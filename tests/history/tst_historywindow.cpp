@@ -1,4 +1,5 @@
 #include "HistoryWindowFixture.h"
+#include "diff/HtmlDiffWarmup.h"
 #include "history/HistoryFile.h"
 #include "history/HistoryListModel.h"
 #include "history/HistoryManager.h"
@@ -11,12 +12,12 @@
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QRegularExpression>
 #include <QSet>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
-#include <QtWebEngineQuick/qtwebenginequickglobal.h>
 #include <memory>
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
@@ -317,6 +318,73 @@ private Q_SLOTS:
         QCOMPARE(text(item(view(), "entryText")), entries.at(2).fixedText);
     }
 
+    // The header's date: the locale's long date, without the weekday that would crowd it out.
+    void headerDateLeavesOutTheWeekday_data()
+    {
+        QTest::addColumn<QString>("locale");
+        for (const char* name : {"en_US", "en_GB", "de_DE", "fr_FR", "hu_HU", "ja_JP", "zh_CN", "ar_EG", "fi_FI"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    void headerDateLeavesOutTheWeekday()
+    {
+        QFETCH(QString, locale);
+        const QLocale language(locale);
+        const QDate wednesday(2026, 11, 25);
+        const QString pattern = HistoryWindowModel::longDateWithoutWeekday(language);
+        const QString shown = language.toString(wednesday, pattern);
+        const QString full = language.toString(wednesday, QLocale::LongFormat);
+        QVERIFY2(!shown.contains(language.dayName(3, QLocale::LongFormat)), qPrintable(shown));
+        QVERIFY2(!shown.contains(language.dayName(3, QLocale::ShortFormat)), qPrintable(shown));
+        QVERIFY2(shown.contains(language.toString(wednesday, QStringLiteral("yyyy"))), qPrintable(shown));
+        QVERIFY2(shown.size() < full.size(), qPrintable(shown + u" / " + full));
+        // Nothing left dangling where the weekday was.
+        static const QRegularExpression dangling(QStringLiteral("^[\\s,.،、]|[\\s,،、]$"));
+        QVERIFY2(!dangling.match(shown).hasMatch(), qPrintable(shown));
+        // The rest of the long date is as the locale writes it.
+        QVERIFY2(full.contains(shown) || full.contains(shown.left(shown.size() / 2)), qPrintable(shown + u" / " + full));
+    }
+
+    // A rich entry's diff is the web page, drawn in the window's appearance; the other two view
+    // modes show the entry's text.
+    void richEntryShowsThePageInTheWindowsAppearance_data()
+    {
+        QTest::addColumn<bool>("dark");
+        QTest::newRow("light") << false;
+        QTest::newRow("dark") << true;
+    }
+
+    void richEntryShowsThePageInTheWindowsAppearance()
+    {
+        QFETCH(bool, dark);
+        QList<FixHistoryEntry> entries = threeEntries();
+        entries[0].originalHTML = QStringLiteral("<p>teh <b>cat</b> sat</p>");
+        entries[0].fixedHTML = QStringLiteral("<p>the <b>cat</b> sat</p>");
+        entries[0].sourceFormat = QStringLiteral("html");
+        open(entries);
+        view()->rootObject()->setProperty("dark", dark);
+        click(view(), rowItem(view(), 0));
+        QCOMPARE(model()->viewMode(), HistoryWindowModel::diffMode);
+
+        QQuickItem* page = item(view(), "htmlDiff");
+        QVERIFY(page);
+        QVERIFY(page->isVisible());
+        QCOMPARE(page->property("dark").toBool(), dark);
+        QTRY_VERIFY_WITH_TIMEOUT(page->property("pageReady").toBool(), 60000);
+        QCOMPARE(page->property("fixedHTML").toString(), entries.at(0).fixedHTML.value());
+
+        // The fixed text keeps its formatting.
+        click(view(), item(view(), "viewMode_Tembreled"));
+        QVERIFY(!page->isVisible());
+        QQuickItem* entryText = item(view(), "entryText");
+        QVERIFY(entryText && entryText->isVisible());
+        QString shown;
+        QMetaObject::invokeMethod(entryText, "getText", Q_RETURN_ARG(QString, shown), Q_ARG(int, 0),
+                                  Q_ARG(int, entryText->property("length").toInt()));
+        QCOMPARE(shown, entries.at(0).fixedText);
+        QVERIFY(text(entryText).contains(QStringLiteral("font-weight")));
+    }
+
     void traceCopyWritesTheClipboard()
     {
         const QList<FixHistoryEntry> entries = threeEntries();
@@ -387,8 +455,9 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    // The web engine needs its share of the OpenGL context before the application exists.
-    QtWebEngineQuick::initialize();
+    // The web engine needs its share of the OpenGL context, and the diff pages their scheme,
+    // before the application exists.
+    HtmlDiffWarmup::initializeEngine();
     QGuiApplication app(argc, argv);
     TestHistoryWindow test;
     return QTest::qExec(&test, argc, argv);
