@@ -1,5 +1,7 @@
 #include "panel/PanelTexts.h"
 
+#include "core/TextFormat.h"
+
 namespace {
 
 bool containsAny(const QString& message, std::initializer_list<const char16_t*> words)
@@ -31,7 +33,7 @@ namespace PanelTexts {
 
 QString editCountText(qint64 editCount)
 {
-    return QString::number(editCount) + (editCount == 1 ? QStringLiteral(" edit") : QStringLiteral(" edits"));
+    return TextFormat::plural(editCount, QStringLiteral("edit"));
 }
 
 QString durationText(double durationSeconds)

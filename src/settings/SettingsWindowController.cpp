@@ -2,6 +2,7 @@
 
 #include "app/BuildConfig.h"
 #include "core/Logging.h"
+#include "core/TextFormat.h"
 #include "settings/FixedWindow.h"
 #include "engines/ConnectionTestState.h"
 #include "history/HistoryManager.h"
@@ -24,11 +25,6 @@
 namespace {
 
 const QString skipOnboardingKey = QStringLiteral("skipOnboarding");
-
-QString counted(qint64 count, const QString& noun)
-{
-    return QString::number(count) + QLatin1Char(' ') + noun + (count == 1 ? QString() : QStringLiteral("s"));
-}
 
 } // namespace
 
@@ -155,13 +151,13 @@ QString SettingsWindowController::titleFontFamily() const
 
 QString SettingsWindowController::historySummary() const
 {
-    return counted(m_history.count(), QStringLiteral("tembrel")) + QStringLiteral(", ")
-           + counted(m_history.totalEdits(), QStringLiteral("edit")) + QStringLiteral(" saved");
+    return TextFormat::plural(m_history.count(), QStringLiteral("tembrel")) + QStringLiteral(", ")
+           + TextFormat::plural(m_history.totalEdits(), QStringLiteral("edit")) + QStringLiteral(" saved");
 }
 
 QString SettingsWindowController::clearHistoryMessage() const
 {
-    return QStringLiteral("Delete all ") + counted(m_history.count(), QStringLiteral("tembrel"))
+    return QStringLiteral("Delete all ") + TextFormat::plural(m_history.count(), QStringLiteral("tembrel"))
            + QStringLiteral(" from history? This can't be undone.");
 }
 
