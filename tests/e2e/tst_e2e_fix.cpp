@@ -207,8 +207,10 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(m_appLog.append(m_app.readAll()).contains("Panel header: Copied! \xc2\xb7 3 edits \xc2\xb7 "),
                                  10000);
         QVERIFY(!m_appLog.contains("Panel hidden"));
-        if (const QString shot = qEnvironmentVariable("TEMBREL_E2E_SCREENSHOT"); !shot.isEmpty())
+        if (const QString shot = qEnvironmentVariable("TEMBREL_E2E_SCREENSHOT"); !shot.isEmpty()) {
+            QTest::qWait(1000); // the rich diff's page shows and the panel settles to its height
             QProcess::execute(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
+        }
 
         // The user pastes into the editable area.
         QVERIFY(m_chromium.evaluate(QStringLiteral("document.getElementById('target').focus();"

@@ -282,6 +282,27 @@ private Q_SLOTS:
         QTRY_VERIFY(window->mask().contains(QPoint(200, 40)));
         // Without a compositor the corners are cut to the rounded shape; with one they are drawn.
         QCOMPARE(window->mask().contains(QPoint(1, 1)), compositor);
+        if (compositor)
+            return;
+        // Nothing composites the window: every pixel the mask keeps must be drawn opaque, or the
+        // screen shows it black.
+        QTRY_COMPARE(window->rootObject()->opacity(), 1.0); // faded in
+        QTest::qWait(50);
+        const QImage drawn = window->grabWindow();
+        const qreal scale = drawn.devicePixelRatio();
+        int seen = 0;
+        for (const QRect& rect : window->mask()) {
+            for (int y = rect.top(); y <= rect.bottom(); ++y) {
+                for (int x = rect.left(); x <= rect.right(); ++x) {
+                    const QPoint at(qRound(x * scale), qRound(y * scale));
+                    if (!drawn.rect().contains(at))
+                        continue;
+                    ++seen;
+                    QVERIFY2(qAlpha(drawn.pixel(at)) == 255, qPrintable(QStringLiteral("(%1, %2)").arg(x).arg(y)));
+                }
+            }
+        }
+        QVERIFY(seen > 1000);
     }
 };
 
