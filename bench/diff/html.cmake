@@ -12,4 +12,4 @@ endif()
 # The web view: first and later pages shown, UI-thread stalls and memory. Run it under a display:
 #   scripts/with-desktop.sh --no-keyring <dir>/bench/diff/htmldiff_view_bench cold|warm
 add_executable(htmldiff_view_bench ${CMAKE_CURRENT_LIST_DIR}/htmldiff_view_bench.cpp)
-target_link_libraries(htmldiff_view_bench PRIVATE tembrel_gui tembrel_guiplugin Qt6::Test)
+target_link_libraries(htmldiff_view_bench PRIVATE tembrel_gui tembrel_guiplugin tembrel_test_support)

@@ -2,6 +2,7 @@
 // engine started ahead), later pages, how long the UI thread stalls, and the memory it all costs.
 // Usage: htmldiff_view_bench cold|warm   (run under a display, e.g. scripts/with-desktop.sh)
 #include "diff/HtmlDiffWarmup.h"
+#include "support/EventLoopWait.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -11,7 +12,6 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QTest>
 #include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -122,7 +122,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     auto* diff = window->property("diff").value<QQuickItem*>();
-    QTest::qWait(200);
+    EventLoopWait::run(200);
 
     qint64 warmupStall = 0;
     qint64 warmupMs = 0;
@@ -132,9 +132,9 @@ int main(int argc, char* argv[])
         warmup.start();
         stalls.reset();
         HtmlDiffWarmup::begin();
-        (void)QTest::qWaitFor([] { return HtmlDiffWarmup::isStarted(); }, 5000);
+        (void)EventLoopWait::until([] { return HtmlDiffWarmup::isStarted(); }, 5000);
         warmupMs = warmup.elapsed();
-        QTest::qWait(1000); // the language model's answer
+        EventLoopWait::run(1000); // the language model's answer
         warmupStall = stalls.longest();
     }
 
@@ -144,21 +144,21 @@ int main(int argc, char* argv[])
     first.start();
     diff->setProperty("originalHTML", document(30, 0));
     diff->setProperty("fixedHTML", document(30, 1));
-    if (!QTest::qWaitFor([&] { return diff->property("pageReady").toBool(); }, 30000)) {
+    if (!EventLoopWait::until([&] { return diff->property("pageReady").toBool(); }, 30000)) {
         std::fprintf(stderr, "first page did not load\n");
         return 1;
     }
     const qint64 firstMs = first.elapsed();
     const qint64 firstStall = stalls.longest();
-    QTest::qWait(500);
+    EventLoopWait::run(500);
     const long shownPss = treePss(::getpid());
 
     for (int variant = 2; variant < 12; ++variant) {
         QElapsedTimer again;
         again.start();
         diff->setProperty("fixedHTML", document(30, variant));
-        (void)QTest::qWaitFor([&] { return !diff->property("pageReady").toBool(); }, 1000);
-        (void)QTest::qWaitFor([&] { return diff->property("pageReady").toBool(); }, 30000);
+        (void)EventLoopWait::until([&] { return !diff->property("pageReady").toBool(); }, 1000);
+        (void)EventLoopWait::until([&] { return diff->property("pageReady").toBool(); }, 30000);
         later.push_back(again.elapsed());
     }
     std::sort(later.begin(), later.end());

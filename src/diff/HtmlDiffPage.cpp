@@ -136,7 +136,8 @@ function setAppearance(appearance) {
   document.documentElement.classList.toggle('dark', appearance === 'dark');
 }
 document.addEventListener('DOMContentLoaded', function () {
-  setTimeout(function () { scrollToEdit(0); }, 100);
+  // The first edit, unless the host has already asked for another while the page settled.
+  setTimeout(function () { if (!currentEditElement) { scrollToEdit(0); } }, 100);
 });
 )js");
 

@@ -1,5 +1,6 @@
 #include "diff/DiffPageScheme.h"
 #include "diff/HtmlDiffWarmup.h"
+#include "support/EventLoopWait.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -172,7 +173,7 @@ private Q_SLOTS:
         QFETCH(QString, numbering);
         QVERIFY(shown(original, fixed));
         QCOMPARE(m_counts->at(0).at(0).toInt(), count);
-        QTRY_COMPARE(m_heights->count(), 1);
+        LOOP_TRY_COMPARE(m_heights->count(), 1);
         QVERIFY(m_heights->at(0).at(0).toDouble() > 0);
         QCOMPARE(probe(QStringLiteral("Array.from(document.querySelectorAll('[data-edit-idx]'))"
                                       ".map(e => e.tagName + e.dataset.editIdx).join()")),
@@ -202,9 +203,9 @@ private Q_SLOTS:
         QVERIFY(shown(QStringLiteral("<p>one two three</p>") + image + QStringLiteral("<p>four five</p>"),
                       QStringLiteral("<p>one 2 three</p>") + image + QStringLiteral("<p>four five six</p>")));
         QCOMPARE(m_counts->at(0).at(0).toInt(), 2);
-        QTRY_COMPARE(m_heights->count(), 1);
+        LOOP_TRY_COMPARE(m_heights->count(), 1);
         QVERIFY(m_heights->at(0).at(0).toDouble() > 0);
-        QTRY_COMPARE(probe(QStringLiteral("document.images[0].complete && document.images[0].naturalHeight")).toInt(),
+        LOOP_TRY_COMPARE(probe(QStringLiteral("document.images[0].complete && document.images[0].naturalHeight")).toInt(),
                      600);
         QVERIFY(probe(QStringLiteral("fixedHTML.length")).toLongLong() > bytes / 2);
     }
@@ -236,9 +237,9 @@ private Q_SLOTS:
         // Switched both ways on the loaded page, which stays where it is.
         probe(QStringLiteral("window.marker = 5"));
         m_diff->setProperty("dark", !dark);
-        QTRY_VERIFY(probe(colours).toString() != expected);
+        LOOP_TRY_VERIFY(probe(colours).toString() != expected);
         m_diff->setProperty("dark", dark);
-        QTRY_COMPARE(probe(colours).toString(), expected);
+        LOOP_TRY_COMPARE(probe(colours).toString(), expected);
         QCOMPARE(probe(QStringLiteral("window.marker")).toInt(), 5);
         QCOMPARE(m_diff->property("pageLoads").toInt(), 1);
     }
@@ -248,22 +249,22 @@ private Q_SLOTS:
         QVERIFY(shown(QStringLiteral("<p>one two three four five six seven</p>"),
                       QStringLiteral("<p>one 2 three 4 five 6 seven</p>")));
         QCOMPARE(m_counts->at(0).at(0).toInt(), 3);
-        QTRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("0")));
+        LOOP_TRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("0")));
         QCOMPARE(m_diff->property("pageLoads").toInt(), 1);
         probe(QStringLiteral("window.marker = 42"));
 
         m_diff->setProperty("currentEditIndex", 2);
-        QTRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("2")));
+        LOOP_TRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("2")));
         QCOMPARE(probe(QStringLiteral("document.querySelectorAll('.current').length")).toInt(), 1);
         QCOMPARE(probe(QStringLiteral("document.querySelector('.current').tagName")), QVariant(QStringLiteral("DEL")));
 
         // An index with no edit leaves the highlight where it was.
         m_diff->setProperty("currentEditIndex", 7);
-        QTest::qWait(200);
+        EventLoopWait::run(200);
         QCOMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("2")));
 
         m_diff->setProperty("currentEditIndex", 1);
-        QTRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("1")));
+        LOOP_TRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("1")));
         QCOMPARE(probe(QStringLiteral("window.marker")).toInt(), 42);
         QCOMPARE(m_diff->property("pageLoads").toInt(), 1);
         QCOMPARE(m_counts->count(), 1);
@@ -272,19 +273,19 @@ private Q_SLOTS:
     void aChangedDocumentReloadsAndStartsAtTheFirstEdit()
     {
         QVERIFY(shown(QStringLiteral("<p>a b c d</p>"), QStringLiteral("<p>a x c y</p>")));
-        QTRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("0")));
+        LOOP_TRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("0")));
         m_diff->setProperty("currentEditIndex", 1);
-        QTRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("1")));
+        LOOP_TRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("1")));
         const std::set<qint64> renderers = ownRenderers();
         QVERIFY(!renderers.empty());
 
         m_diff->setProperty("fixedHTML", QStringLiteral("<p>a b c z</p>"));
-        QTRY_COMPARE_WITH_TIMEOUT(m_counts->count(), 2, loadTimeout);
+        LOOP_TRY_COMPARE_WITH_TIMEOUT(m_counts->count(), 2, loadTimeout);
         QCOMPARE(m_counts->at(1).at(0).toInt(), 1);
         QCOMPARE(m_diff->property("pageLoads").toInt(), 2);
-        QTRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("0")));
+        LOOP_TRY_COMPARE(probe(currentIndexScript()), QVariant(QStringLiteral("0")));
         // The new page is drawn by the renderer of the one before: starting another costs seconds.
-        QTest::qWait(300);
+        EventLoopWait::run(300);
         const std::set<qint64> after = ownRenderers();
         QVERIFY(!after.empty());
         QVERIFY(std::includes(renderers.begin(), renderers.end(), after.begin(), after.end()));
@@ -295,7 +296,7 @@ private Q_SLOTS:
         const QString marker = QStringLiteral("Zebrafinch%1Quartz").arg(QCoreApplication::applicationPid());
         QVERIFY(shown(QStringLiteral("<p>%1 one</p>").arg(marker), QStringLiteral("<p>%1 two</p>").arg(marker)));
         m_window.reset();
-        QTest::qWait(500);
+        EventLoopWait::run(500);
         // Home, configuration, data and cache folders of this run, where a browser profile writes.
         QDirIterator files(m_environment.root(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
         while (files.hasNext()) {
@@ -309,7 +310,7 @@ private Q_SLOTS:
     {
         const QString doc = QStringLiteral("<p>x<img src=\"nothing:here\" onerror=\"document.title='ran'\"></p>");
         QVERIFY(shown(doc, doc + QStringLiteral("<p>y</p>")));
-        QTest::qWait(300);
+        EventLoopWait::run(300);
         QVERIFY(probe(QStringLiteral("document.title")).toString() != QLatin1String("ran"));
     }
 
@@ -327,7 +328,7 @@ private Q_SLOTS:
         QVERIFY(shown(link + QStringLiteral("a</p>"), link + QStringLiteral("b</p>")));
         const QVariant address = probe(QStringLiteral("location.href"));
         probe(QStringLiteral("window.marker = 7; document.getElementById('l').click()"));
-        QTest::qWait(500);
+        EventLoopWait::run(500);
         QCOMPARE(probe(QStringLiteral("location.href")), address);
         QCOMPARE(probe(QStringLiteral("window.marker")).toInt(), 7);
     }
@@ -338,7 +339,7 @@ private:
     {
         m_diff->setProperty("originalHTML", original);
         m_diff->setProperty("fixedHTML", fixed);
-        return QTest::qWaitFor([this] { return m_counts->count() == 1; }, loadTimeout);
+        return EventLoopWait::until([this] { return m_counts->count() == 1; }, loadTimeout);
     }
 
     static QString currentIndexScript()
@@ -364,7 +365,7 @@ private:
         const int before = m_window->property("probeCount").toInt();
         QMetaObject::invokeMethod(m_window.get(), "probe", Q_ARG(QVariant, QVariant::fromValue(view)),
                                   Q_ARG(QVariant, script));
-        if (!QTest::qWaitFor([&] { return m_window->property("probeCount").toInt() > before; }, 5000))
+        if (!EventLoopWait::until([&] { return m_window->property("probeCount").toInt() > before; }, 5000))
             return QStringLiteral("no answer");
         return m_window->property("probeResult");
     }
