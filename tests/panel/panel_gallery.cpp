@@ -4,6 +4,7 @@
 #include "PanelViewHarness.h"
 
 #include "diff/HtmlDiffWarmup.h"
+#include "support/EventLoopWait.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -13,7 +14,6 @@
 #include <QQuickView>
 #include <QRasterWindow>
 #include <QScreen>
-#include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
@@ -115,13 +115,12 @@ int main(int argc, char* argv[])
             PanelViewHarness harness;
             harness.fakes.workspace->compositor = false; // what Xvfb really offers
             harness.controller->show(scene.phase);
-            // As if the pointer rested on the panel: the countdown waits for the picture, however
-            // long the web engine takes to start on this machine.
+            // As if the pointer rested on the panel: the countdown waits for the picture.
             harness.controller->viewModel().setHovered(true);
-            (void)QTest::qWaitFor([&] { return scene.ready(harness); }, 15000);
+            (void)EventLoopWait::until([&] { return scene.ready(harness); }, 15000);
             if (scene.phase.result.fixedHTML)
-                QTest::qWait(1500); // the page scrolls to its first edit and settles
-            QTest::qWait(400);
+                EventLoopWait::run(1500); // the page scrolls to its first edit and settles
+            EventLoopWait::run(400);
             QQuickView* window = harness.controller->window();
             const QRect drawn = window->rootObject()->property("backgroundRect").toRectF().toAlignedRect();
             const QRect shot = drawn.translated(window->position()).adjusted(-14, -14, 14, 14);
@@ -132,7 +131,7 @@ int main(int argc, char* argv[])
                                QStringLiteral("%1x%2+%3+%4").arg(shot.width()).arg(shot.height()).arg(shot.x()).arg(shot.y()),
                                QStringLiteral("+repage"), file});
             harness.controller->dismiss();
-            (void)QTest::qWaitFor([&] { return !harness.controller->isVisible(); }, 2000);
+            (void)EventLoopWait::until([&] { return !harness.controller->isVisible(); }, 2000);
         }
     }
     return 0;
