@@ -11,6 +11,7 @@
 #include "PanelViewHarness.h"
 
 #include "diff/HtmlDiffWarmup.h"
+#include "support/EventLoopWait.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -20,7 +21,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QQuickView>
-#include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <algorithm>
@@ -78,7 +78,7 @@ qint64 showUntilFirstFrame(PanelViewHarness& harness, const PanelPhase& phase)
     harness.controller->show(phase);
     const auto connection = QObject::connect(harness.controller->window(), &QQuickWindow::frameSwapped,
                                              [&] { swapped = true; });
-    const bool shown = QTest::qWaitFor([&] { return swapped; }, 20000);
+    const bool shown = EventLoopWait::until([&] { return swapped; }, 20000);
     QObject::disconnect(connection);
     return shown ? timer.elapsed() : -1;
 }
@@ -93,14 +93,14 @@ int measureOnce()
         harness, PanelPhase::success(sampleResult(QStringLiteral("Teh meeting is moved too Thursday."),
                                                   QStringLiteral("The meeting has moved to Thursday."), std::nullopt),
                                      1.0));
-    QTest::qWait(1000);
+    EventLoopWait::run(1000);
     figures[QStringLiteral("plainRssMb")] = statusMegabytes("VmRSS:");
     harness.controller->dismiss();
-    (void)QTest::qWaitFor([&] { return !harness.controller->isVisible(); }, 2000);
+    (void)EventLoopWait::until([&] { return !harness.controller->isVisible(); }, 2000);
 
     // As in a rich fix: the engine starts while the request is on its way.
     HtmlDiffWarmup::begin();
-    (void)QTest::qWaitFor([] { return HtmlDiffWarmup::isStarted(); }, 5000);
+    (void)EventLoopWait::until([] { return HtmlDiffWarmup::isStarted(); }, 5000);
     QElapsedTimer html;
     html.start();
     figures[QStringLiteral("htmlFirstFrameMs")] = showUntilFirstFrame(
@@ -111,9 +111,9 @@ int measureOnce()
                                   QStringLiteral("<h3>Release notes</h3><ul><li>Faster startup on older machines</li>"
                                                  "<li>Fixed a crash when the window closes</li></ul>")),
                      1.0));
-    const bool counted = QTest::qWaitFor([&] { return harness.controller->viewModel().totalEdits() == 2; }, 30000);
+    const bool counted = EventLoopWait::until([&] { return harness.controller->viewModel().totalEdits() == 2; }, 30000);
     figures[QStringLiteral("htmlCountedMs")] = counted ? html.elapsed() : -1;
-    QTest::qWait(1000);
+    EventLoopWait::run(1000);
     figures[QStringLiteral("htmlRssMb")] = statusMegabytes("VmRSS:");
     figures[QStringLiteral("htmlTreePssMb")] = treePss(::getpid());
     figures[QStringLiteral("peakRssMb")] = statusMegabytes("VmHWM:");
