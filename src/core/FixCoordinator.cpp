@@ -1,7 +1,6 @@
 #include "core/FixCoordinator.h"
 
 #include "analytics/AnalyticsVocabulary.h"
-
 #include "core/Logging.h"
 #include "core/TextFormat.h"
 #include "engines/TextFixEngine.h"
@@ -24,11 +23,6 @@ public:
 private:
     QElapsedTimer m_timer;
 };
-
-QString endpointType(bool customInUse)
-{
-    return customInUse ? QStringLiteral("custom") : QStringLiteral("cloud");
-}
 
 QString freshId()
 {
@@ -242,7 +236,7 @@ QCoro::Task<> FixCoordinator::process(Run run, CapturedContent content)
     m_neighbours.panel.showLoading();
 
     const bool customInUse = m_neighbours.settings.isCustomEndpointConfigured();
-    run.trace->record(QStringLiteral("engine_selected"), endpointType(customInUse));
+    run.trace->record(QStringLiteral("engine_selected"), Analytics::endpointType(customInUse));
     TextFixEngine& engine = customInUse ? m_neighbours.customEngine : m_neighbours.cloudEngine;
 
     const bool available = co_await engine.isAvailable();
