@@ -27,17 +27,6 @@ Item {
         translucent: root.translucent
     }
 
-    // Without a compositor the window mask rounds the corners a pixel differently from the drawn
-    // curve; what shows through there is the edge's colour rather than the window's black.
-    Rectangle {
-        visible: !root.translucent
-        x: background.x
-        y: background.y
-        width: background.width
-        height: background.height
-        color: panelTheme.border
-    }
-
     PanelBackground {
         id: background
         theme: panelTheme
