@@ -3,10 +3,9 @@
 // Usage: htmldiff_view_bench cold|warm   (run under a display, e.g. scripts/with-desktop.sh)
 #include "diff/HtmlDiffWarmup.h"
 #include "support/EventLoopWait.h"
+#include "support/ProcessTree.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -35,32 +34,6 @@ Window {
     DiffWebView { id: diff; anchors.fill: parent }
 }
 )qml";
-
-// Proportional set size of a process and all its descendants, in kB.
-long treePss(pid_t pid)
-{
-    long total = 0;
-    QFile rollup(QStringLiteral("/proc/%1/smaps_rollup").arg(pid));
-    if (rollup.open(QIODevice::ReadOnly)) {
-        for (const QByteArray& line : rollup.readAll().split('\n')) {
-            if (line.startsWith("Pss:")) {
-                total += line.mid(4).trimmed().split(' ').first().toLong();
-            }
-        }
-    }
-    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
-    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile children(tasks.filePath(task) + QStringLiteral("/children"));
-        if (children.open(QIODevice::ReadOnly)) {
-            for (const QByteArray& child : children.readAll().split(' ')) {
-                if (!child.trimmed().isEmpty()) {
-                    total += treePss(child.trimmed().toInt());
-                }
-            }
-        }
-    }
-    return total;
-}
 
 // Longest gap between ticks of a 5 ms timer: how long the UI thread was blocked.
 class StallMeter : public QObject
@@ -110,7 +83,7 @@ int main(int argc, char* argv[])
     HtmlDiffWarmup::initializeEngine();
     QGuiApplication app(argc, argv);
     StallMeter stalls;
-    const long basePss = treePss(::getpid());
+    const qint64 basePss = ProcessTree::pssKb(::getpid());
 
     QQmlEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/"));
@@ -151,7 +124,7 @@ int main(int argc, char* argv[])
     const qint64 firstMs = first.elapsed();
     const qint64 firstStall = stalls.longest();
     EventLoopWait::run(500);
-    const long shownPss = treePss(::getpid());
+    const qint64 shownPss = ProcessTree::pssKb(::getpid());
 
     for (int variant = 2; variant < 12; ++variant) {
         QElapsedTimer again;
@@ -172,7 +145,7 @@ int main(int argc, char* argv[])
                 static_cast<long long>(firstStall));
     std::printf("later pages: median %lld ms, max %lld ms\n", static_cast<long long>(later[later.size() / 2]),
                 static_cast<long long>(later.back()));
-    std::printf("memory (PSS of the process tree): %ld MB before, %ld MB with the view\n", basePss / 1024,
-                shownPss / 1024);
+    std::printf("memory (PSS of the process tree): %lld MB before, %lld MB with the view\n",
+                static_cast<long long>(basePss / 1024), static_cast<long long>(shownPss / 1024));
     return 0;
 }

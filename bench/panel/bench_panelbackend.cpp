@@ -12,8 +12,8 @@
 
 #include "diff/HtmlDiffWarmup.h"
 #include "support/EventLoopWait.h"
+#include "support/ProcessTree.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
@@ -43,30 +43,6 @@ double statusMegabytes(const char* field)
             return line.mid(qstrlen(field)).trimmed().split(' ').value(0).toDouble() / 1024.0;
     }
     return 0;
-}
-
-// Proportional set size of a process and all its descendants, in megabytes.
-double treePss(pid_t pid)
-{
-    double total = 0;
-    QFile rollup(QStringLiteral("/proc/%1/smaps_rollup").arg(pid));
-    if (rollup.open(QIODevice::ReadOnly)) {
-        for (const QByteArray& line : rollup.readAll().split('\n')) {
-            if (line.startsWith("Pss:"))
-                total += line.mid(4).trimmed().split(' ').value(0).toDouble() / 1024.0;
-        }
-    }
-    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
-    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile children(tasks.filePath(task) + QStringLiteral("/children"));
-        if (children.open(QIODevice::ReadOnly)) {
-            for (const QByteArray& child : children.readAll().split(' ')) {
-                if (!child.trimmed().isEmpty())
-                    total += treePss(child.trimmed().toInt());
-            }
-        }
-    }
-    return total;
 }
 
 // Milliseconds from show() to the first frame of the panel on screen; -1 if none came.
@@ -115,7 +91,7 @@ int measureOnce()
     figures[QStringLiteral("htmlCountedMs")] = counted ? html.elapsed() : -1;
     EventLoopWait::run(1000);
     figures[QStringLiteral("htmlRssMb")] = statusMegabytes("VmRSS:");
-    figures[QStringLiteral("htmlTreePssMb")] = treePss(::getpid());
+    figures[QStringLiteral("htmlTreePssMb")] = ProcessTree::pssKb(::getpid()) / 1024.0;
     figures[QStringLiteral("peakRssMb")] = statusMegabytes("VmHWM:");
     std::printf("%s\n", QJsonDocument(figures).toJson(QJsonDocument::Compact).constData());
     return counted ? 0 : 1;

@@ -1,6 +1,7 @@
 #include "diff/DiffPageScheme.h"
 #include "diff/HtmlDiffWarmup.h"
 #include "support/EventLoopWait.h"
+#include "support/ProcessTree.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -57,36 +58,14 @@ QString paddedImage(qsizetype bytes)
         + QStringLiteral("\">");
 }
 
-// Parent of a process, or 0 once it is gone.
-qint64 parentOf(qint64 pid)
-{
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
-        return 0;
-    // "pid (name) state ppid ...": the name may hold spaces, so read after its closing bracket.
-    const QByteArray line = stat.readAll();
-    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-    return fields.size() > 1 ? fields.at(1).toLongLong() : 0;
-}
-
 // The web engine's renderer processes started by this test.
 std::set<qint64> ownRenderers()
 {
     std::set<qint64> found;
-    const qint64 self = QCoreApplication::applicationPid();
-    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString& entry : entries) {
-        bool number = false;
-        const qint64 pid = entry.toLongLong(&number);
-        QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(entry));
-        if (!number || !commandLine.open(QIODevice::ReadOnly) || !commandLine.readAll().contains("--type=renderer"))
-            continue;
-        for (qint64 ancestor = parentOf(pid); ancestor > 1; ancestor = parentOf(ancestor)) {
-            if (ancestor == self) {
-                found.insert(pid);
-                break;
-            }
-        }
+    for (const qint64 pid : ProcessTree::descendants(QCoreApplication::applicationPid())) {
+        QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(pid));
+        if (commandLine.open(QIODevice::ReadOnly) && commandLine.readAll().contains("--type=renderer"))
+            found.insert(pid);
     }
     return found;
 }
