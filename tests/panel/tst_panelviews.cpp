@@ -23,6 +23,9 @@ private:
     }
 
 private Q_SLOTS:
+    // A test that switches the desktop to dark leaves it light for the next, pass or fail.
+    void cleanup() { PanelViewHarness::setDarkAppearance(false); }
+
     void loadingPill()
     {
         PanelViewHarness harness;
@@ -130,7 +133,6 @@ private Q_SLOTS:
         QCOMPARE(harness.text(QStringLiteral("editPosition")), QStringLiteral("1 of 2"));
         click(harness, QStringLiteral("nextEdit"));
         QCOMPARE(harness.controller->viewModel().currentEditIndex(), 1);
-        PanelViewHarness::setDarkAppearance(false);
     }
 
     void noChanges()
