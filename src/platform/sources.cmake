@@ -8,6 +8,7 @@ set(TEMBREL_PLATFORM_X11_SOURCES ${TEMBREL_PLATFORM_HEADERS}
   platform/x11/MacKeyTable.h platform/x11/MacKeyTable.cpp
   platform/x11/X11Display.h platform/x11/X11Display.cpp
   platform/x11/X11GlobalShortcuts.h platform/x11/X11GlobalShortcuts.cpp
+  platform/x11/X11Keyboards.h platform/x11/X11Keyboards.cpp
   platform/x11/X11KeySender.h platform/x11/X11KeySender.cpp
   platform/x11/X11AccessibilityTrust.h platform/x11/X11AccessibilityTrust.cpp
   platform/x11/X11Workspace.h platform/x11/X11Workspace.cpp

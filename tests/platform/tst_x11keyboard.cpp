@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QScopeGuard>
 #include <QKeyEvent>
+#include <QKeySequence>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWidget>
@@ -9,6 +10,7 @@
 
 #include "modes/HotkeyManager.h"
 #include "modes/Mode.h"
+#include "platform/x11/X11Display.h"
 #include "platform/x11/X11GlobalShortcuts.h"
 #include "platform/x11/X11KeyMonitor.h"
 #include "platform/x11/X11KeySender.h"
@@ -16,6 +18,7 @@
 
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
+#include <X11/extensions/XInput.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
@@ -35,6 +38,15 @@ public:
     };
     QList<Key> pressed;
 
+    /// The keys received, as "Ctrl+V".
+    QStringList received() const
+    {
+        QStringList keys;
+        for (const Key& key : pressed)
+            keys << QKeySequence(key.modifiers | Qt::Key(key.key)).toString();
+        return keys;
+    }
+
 protected:
     void keyPressEvent(QKeyEvent* event) override
     {
@@ -44,27 +56,57 @@ protected:
     }
 };
 
-// A second client playing the user's keyboard, as XTest events from a person would arrive.
+// A second client playing the user's keyboard: through XTest, as a remote desktop or xdotool
+// types, or through the server's own keyboard device, as a person's fingers would.
 class Keyboard
 {
 public:
     Keyboard() : m_display(XOpenDisplay(nullptr)) {}
     ~Keyboard()
     {
+        setPhysical(false);
         if (m_display)
             XCloseDisplay(m_display);
     }
+    /// Types on the server's own keyboard instead of XTest's; false when there is none.
+    bool setPhysical(bool physical)
+    {
+        if (m_device)
+            XCloseDevice(m_display, m_device);
+        m_device = nullptr;
+        int count = 0;
+        XDeviceInfo* devices = physical ? XListInputDevices(m_display, &count) : nullptr;
+        for (int i = 0; i < count && !m_device; ++i) {
+            if (devices[i].use == IsXExtensionKeyboard && !QByteArray(devices[i].name).contains("XTEST"))
+                m_device = XOpenDevice(m_display, devices[i].id);
+        }
+        if (devices)
+            XFreeDeviceList(devices);
+        return m_device || !physical;
+    }
     void down(KeySym sym) { send(sym, true); }
     void up(KeySym sym) { send(sym, false); }
+    bool isDown(KeySym sym) const
+    {
+        char keys[32] = {};
+        XQueryKeymap(m_display, keys);
+        const KeyCode keycode = XKeysymToKeycode(m_display, sym);
+        return keys[keycode / 8] & (1 << (keycode % 8));
+    }
     Display* display() const { return m_display; }
 
 private:
     void send(KeySym sym, bool press)
     {
-        XTestFakeKeyEvent(m_display, XKeysymToKeycode(m_display, sym), press, CurrentTime);
+        const KeyCode keycode = XKeysymToKeycode(m_display, sym);
+        if (m_device)
+            XTestFakeDeviceKeyEvent(m_display, m_device, keycode, press, nullptr, 0, CurrentTime);
+        else
+            XTestFakeKeyEvent(m_display, keycode, press, CurrentTime);
         XFlush(m_display);
     }
     Display* m_display;
+    XDevice* m_device = nullptr;
 };
 
 } // namespace
@@ -87,8 +129,11 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        for (KeySym sym : {XK_s, XK_Shift_L, XK_Control_L, XK_c})
-            m_keyboard.up(sym);
+        for (bool physical : {true, false}) {
+            m_keyboard.setPhysical(physical);
+            for (KeySym sym : {XK_s, XK_v, XK_Shift_L, XK_Control_L, XK_c})
+                m_keyboard.up(sym);
+        }
         m_recorder.reset();
     }
 
@@ -168,39 +213,83 @@ private Q_SLOTS:
         QCOMPARE(m_recorder->pressed.last().modifiers, Qt::KeyboardModifiers(Qt::ControlModifier | Qt::ShiftModifier));
     }
 
-    void copyWaitsForReleaseAndSendsExactlyControlC()
+    // A script of the user's keys: "+key"/"-key" press and release it, "pending" checks that the
+    // copy still waits, "copy" starts one without a shortcut, "copied" waits for the copies
+    // started so far, "?key"/"!key" check that applications see the key down/up. "received" is
+    // what the focused application got, in order.
+    void copyLeavesTheUsersKeysAsTheyAre_data()
     {
+        QTest::addColumn<bool>("physical");
+        QTest::addColumn<bool>("terminal");
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QStringList>("received");
+        for (bool physical : {true, false}) {
+            const QString device = physical ? QStringLiteral("keyboard: ") : QStringLiteral("XTest: ");
+            const auto row = [&](const char* name) -> QTestData& {
+                return QTest::newRow(qPrintable(device + QLatin1String(name))) << physical;
+            };
+            row("Ctrl kept, V pastes")
+                << false << "+Control_L +Shift_L +s pending -s copied ?Control_L ?Shift_L -Shift_L +v -v -Control_L"
+                << QStringList{"Ctrl+C", "Ctrl+V"};
+            row("S tapped twice under Ctrl+Shift")
+                << false << "+Control_L +Shift_L +s -s copied +s -s copied ?Control_L ?Shift_L -Shift_L -Control_L"
+                << QStringList{"Ctrl+C", "Ctrl+C"};
+            row("all let go before S: nothing stuck")
+                << false << "+Control_L +Shift_L +s -Shift_L -Control_L -s copied !Control_L !Shift_L +v -v"
+                << QStringList{"Ctrl+C", "V"};
+            row("let go after the copy, then another copy")
+                << false << "+Control_L +Shift_L +s -s copied -Shift_L -Control_L !Control_L copy copied +v -v"
+                << QStringList{"Ctrl+C", "Ctrl+C", "V"};
+            row("terminal copy") << true << "+Control_L +Shift_L +s -s copied ?Control_L ?Shift_L -Shift_L -Control_L"
+                                  << QStringList{"Ctrl+Shift+C"};
+        }
+    }
+
+    void copyLeavesTheUsersKeysAsTheyAre()
+    {
+        QFETCH(bool, physical);
+        QFETCH(bool, terminal);
+        QFETCH(QString, script);
+        QFETCH(QStringList, received);
+        QVERIFY(m_keyboard.setPhysical(physical));
+
         X11GlobalShortcuts shortcuts;
         X11KeySender sender(&shortcuts);
         QVERIFY(sender.isAvailable());
-        bool pressed = false;
-        shortcuts.setPressHandler([&](quint32) { pressed = true; });
+        int started = 0, finished = 0;
+        const auto copy = [&] {
+            ++started;
+            QCoro::connect(terminal ? sender.sendTerminalCopy() : sender.sendCopy(), this, [&](bool sent) {
+                QVERIFY(sent);
+                ++finished;
+            });
+        };
+        shortcuts.setPressHandler([&](quint32) { copy(); });
         QCOMPARE(shortcuts.registerShortcut(1, macS, commandShift), GlobalShortcuts::RegistrationError::none);
 
-        m_keyboard.down(XK_Control_L);
-        m_keyboard.down(XK_Shift_L);
-        m_keyboard.down(XK_s);
-        QTRY_VERIFY(pressed);
-
-        bool sent = false;
-        bool finished = false;
-        QCoro::connect(sender.sendCopy(), this, [&](bool result) {
-            sent = result;
-            finished = true;
-        });
+        for (const QString& step : script.split(u' ')) {
+            const KeySym key = XStringToKeysym(step.mid(1).toLatin1().constData());
+            if (step == u"pending") {
+                QTRY_COMPARE(started, 1);
+                QTest::qWait(100);
+                QVERIFY2(finished == 0, "the copy must wait while the shortcut's key is held");
+            } else if (step == u"copy") {
+                copy();
+            } else if (step == u"copied") {
+                QTRY_VERIFY(started > 0 && finished == started);
+                // What Tembrel sent is on the server before the user's next key.
+                XSync(X11Display::display(), False);
+            } else if (step.startsWith(u'+') || step.startsWith(u'-')) {
+                QVERIFY2(key != NoSymbol, qPrintable(step));
+                step.startsWith(u'+') ? m_keyboard.down(key) : m_keyboard.up(key);
+            } else {
+                QVERIFY2(key != NoSymbol, qPrintable(step));
+                QCOMPARE(m_keyboard.isDown(key), step.startsWith(u'?'));
+            }
+        }
+        QTRY_COMPARE(m_recorder->received(), received);
         QTest::qWait(100);
-        QVERIFY2(!finished, "the copy must wait while the shortcut's key is held");
-        m_keyboard.up(XK_s);
-        QTRY_VERIFY(finished);
-        QVERIFY(sent);
-
-        // Ctrl and Shift are still physically "held" by the keyboard client; the focused
-        // application must still see Ctrl+C alone, not Ctrl+Shift+C.
-        QTRY_VERIFY(!m_recorder->pressed.isEmpty());
-        const auto key = std::find_if(m_recorder->pressed.cbegin(), m_recorder->pressed.cend(),
-                                      [](const KeyRecorder::Key& k) { return k.key == Qt::Key_C; });
-        QVERIFY(key != m_recorder->pressed.cend());
-        QCOMPARE(key->modifiers, Qt::KeyboardModifiers(Qt::ControlModifier));
+        QCOMPARE(m_recorder->received(), received);
     }
 
     void heldKeyGivesUpTheGrab()

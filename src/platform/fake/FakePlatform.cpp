@@ -34,6 +34,16 @@ QCoro::Task<bool> FakeKeySender::sendCopy()
     co_return true;
 }
 
+QCoro::Task<bool> FakeKeySender::sendTerminalCopy()
+{
+    if (!available)
+        co_return false;
+    ++terminalCopiesSent;
+    if (onCopy)
+        onCopy();
+    co_return true;
+}
+
 bool FakeKeyMonitor::start(std::function<void(Key)> handler)
 {
     m_handler = std::move(handler);

@@ -36,9 +36,11 @@ class FakeKeySender : public KeySender
 public:
     [[nodiscard]] bool isAvailable() const override { return available; }
     QCoro::Task<bool> sendCopy() override;
+    QCoro::Task<bool> sendTerminalCopy() override;
 
     bool available = true;
     int copiesSent = 0;
+    int terminalCopiesSent = 0;
     /// Runs when a copy is sent: a test puts the "selection" on the clipboard here, or does not.
     std::function<void()> onCopy;
 };
@@ -60,8 +62,12 @@ class FakeWorkspace : public Workspace
 public:
     [[nodiscard]] QString frontmostApplicationName() const override { return frontmostApplication; }
     [[nodiscard]] bool hasCompositor() const override { return compositor; }
+    [[nodiscard]] QStringList frontmostApplicationIds() const override { return applicationIds; }
+    [[nodiscard]] bool frontmostApplicationOwnsPrimarySelection() const override { return ownsPrimarySelection; }
 
     QString frontmostApplication = QStringLiteral("TextEdit");
+    QStringList applicationIds{QStringLiteral("textedit")};
+    bool ownsPrimarySelection = false;
     bool compositor = true;
 };
 
