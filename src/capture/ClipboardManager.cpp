@@ -98,6 +98,16 @@ std::optional<ClipboardContent> ClipboardManager::readContent() const
     return contentFrom(*data);
 }
 
+std::optional<ClipboardContent> ClipboardManager::readPrimarySelection() const
+{
+    if (!m_clipboard->supportsSelection())
+        return std::nullopt;
+    const QMimeData* data = m_clipboard->mimeData(QClipboard::Selection);
+    if (!data)
+        return std::nullopt;
+    return contentFrom(*data);
+}
+
 std::optional<QString> ClipboardManager::readPlainText() const
 {
     const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);

@@ -22,6 +22,8 @@ public:
     /// The current clipboard in its richest form (Slack delta, HTML, RTF, plain text); none when
     /// it holds no text.
     [[nodiscard]] std::optional<ClipboardContent> readContent() const;
+    /// The primary selection (the text selected last, where the system has one) read the same way.
+    [[nodiscard]] std::optional<ClipboardContent> readPrimarySelection() const;
     /// The clipboard's plain text, untrimmed; none when there is none or it is blank.
     [[nodiscard]] std::optional<QString> readPlainText() const;
     /// The key/value pairs of Chromium's custom data on the clipboard; none when absent or corrupt.

@@ -12,6 +12,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   capture/RtfKeywords.h capture/RtfKeywords.cpp
   capture/RtfReader.h capture/RtfReader.cpp
   capture/RtfWriter.h capture/RtfWriter.cpp
+  capture/TerminalApps.h capture/TerminalApps.cpp
 )
 list(APPEND TEMBREL_GUI_SOURCES
   capture/HtmlDocument.h capture/HtmlDocument.cpp

@@ -1,6 +1,7 @@
 #include "capture/ClipboardManager.h"
 #include "capture/SelectionManager.h"
 #include "platform/KeySender.h"
+#include "platform/fake/FakePlatform.h"
 #include "support/TestEnvironment.h"
 
 #include <QClipboard>
@@ -27,10 +28,18 @@ public:
             onCopy();
         co_return sends;
     }
+    QCoro::Task<bool> sendTerminalCopy() override
+    {
+        ++terminalCopies;
+        if (onCopy)
+            onCopy();
+        co_return sends;
+    }
 
     std::function<void()> onCopy;
     bool sends = true;
     int copies = 0;
+    int terminalCopies = 0;
 };
 
 enum class Cancel { never, beforeTheCapture, duringTheWait };
@@ -97,7 +106,8 @@ private Q_SLOTS:
         };
 
         ClipboardManager reader;
-        SelectionManager selection(keys, reader);
+        FakeWorkspace workspace;
+        SelectionManager selection(keys, reader, workspace);
         QElapsedTimer elapsed;
         elapsed.start();
         const auto content = QCoro::waitFor(selection.captureSelection(token));
@@ -108,6 +118,47 @@ private Q_SLOTS:
             QCOMPARE(content->sourceFormat, captured == selectedText() ? SourceFormat::html : SourceFormat::plainText);
         // Reading takes nothing away: the clipboard still holds what the user had or copied.
         QCOMPARE(clipboard->text(), copyAfterMs >= 0 ? QStringLiteral("fallback") : before);
+    }
+
+    // Which way the selection is taken from the focused application, told by its window class.
+    void applicationDecidesTheWay_data()
+    {
+        QTest::addColumn<QStringList>("ids");
+        QTest::addColumn<bool>("ownsPrimary");
+        QTest::addColumn<int>("copies");
+        QTest::addColumn<int>("terminalCopies");
+        QTest::addColumn<QString>("captured"); // null: nothing
+
+        QTest::newRow("browser: the copy shortcut") << QStringList{"chromium", "Chromium"} << true << 1 << 0 << "copied";
+        QTest::newRow("terminal with a selection: no key at all") << QStringList{"kitty"} << true << 0 << 0 << "primary";
+        QTest::newRow("terminal without: its own shortcut")
+            << QStringList{"gnome-terminal-server", "Gnome-terminal"} << false << 0 << 1 << "copied";
+        QTest::newRow("xterm without: nothing sent, nothing taken") << QStringList{"xterm", "XTerm"} << false << 0 << 0
+                                                                    << QString();
+    }
+
+    void applicationDecidesTheWay()
+    {
+        QFETCH(QStringList, ids);
+        QFETCH(bool, ownsPrimary);
+        QFETCH(int, copies);
+        QFETCH(int, terminalCopies);
+        QFETCH(QString, captured);
+
+        QClipboard* clipboard = QGuiApplication::clipboard();
+        clipboard->setText(QStringLiteral("earlier"));
+        clipboard->setText(QStringLiteral("primary"), QClipboard::Selection);
+        ScriptedKeySender keys;
+        keys.onCopy = [clipboard] { clipboard->setText(QStringLiteral("copied")); };
+        FakeWorkspace workspace;
+        workspace.applicationIds = ids;
+        workspace.ownsPrimarySelection = ownsPrimary;
+        ClipboardManager reader;
+        SelectionManager selection(keys, reader, workspace);
+        const auto content = QCoro::waitFor(selection.captureSelection());
+        QCOMPARE(keys.copies, copies);
+        QCOMPARE(keys.terminalCopies, terminalCopies);
+        QCOMPARE(content ? content->plainText : QString(), captured);
     }
 
 private:

@@ -94,7 +94,8 @@ struct App
                                [this] { return settings.analyticsEnabled(); }};
     ClipboardManager clipboard;
     FakeKeySender keys;
-    SelectionManager selection{keys, clipboard};
+    FakeWorkspace workspace;
+    SelectionManager selection{keys, clipboard, workspace};
     CloudEngine cloud{engineServer.url().toString(), [this] { return analytics.distinctId(); }};
     CustomOpenAIEngine custom{[this] {
                                   return CustomEndpointConfig{settings.customAPIURL(), settings.customModelID(),
@@ -103,7 +104,6 @@ struct App
                               []() -> QCoro::Task<std::optional<QString>> { co_return keyMarker; }};
     TestPanel panel;
     FakeAccessibilityTrust trust;
-    FakeWorkspace workspace;
     ModeCatalogAdapter modeAdapter{modes};
     SelectionAdapter selectionAdapter{selection};
     ClipboardAdapter clipboardAdapter{clipboard};

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QStringList>
 
+#include <xcb/xcb.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -36,19 +37,22 @@ Window activeWindow(Display* display)
     return focus;
 }
 
-// The application's name from WM_CLASS of the window or its nearest ancestor that has one.
-QString applicationNameOf(Display* display, Window window)
+// WM_CLASS (instance, class) of the window or of its nearest ancestor that has one.
+QStringList classOf(Display* display, Window window)
 {
     for (int depth = 0; window != None && window != PointerRoot && depth < 32; ++depth) {
         XClassHint hint{};
         if (XGetClassHint(display, window, &hint)) {
-            const QString name = QString::fromLocal8Bit(hint.res_class ? hint.res_class : hint.res_name);
-            if (hint.res_name)
-                XFree(hint.res_name);
-            if (hint.res_class)
-                XFree(hint.res_class);
-            if (!name.isEmpty())
-                return name;
+            QStringList names;
+            for (char* name : {hint.res_name, hint.res_class}) {
+                if (name) {
+                    names << QString::fromLocal8Bit(name);
+                    XFree(name);
+                }
+            }
+            names.removeAll(QString());
+            if (!names.isEmpty())
+                return names;
         }
         Window root = None, parent = None;
         Window* children = nullptr;
@@ -71,7 +75,31 @@ QString X11Workspace::frontmostApplicationName() const
     Display* display = X11Display::display();
     if (!display)
         return {};
-    return applicationNameOf(display, activeWindow(display));
+    // The class names the application ("XTerm"); the instance is the fallback.
+    const QStringList names = classOf(display, activeWindow(display));
+    return names.isEmpty() ? QString() : names.last();
+}
+
+QStringList X11Workspace::frontmostApplicationIds() const
+{
+    Display* display = X11Display::display();
+    return display ? classOf(display, activeWindow(display)) : QStringList();
+}
+
+bool X11Workspace::frontmostApplicationOwnsPrimarySelection() const
+{
+    Display* display = X11Display::display();
+    xcb_connection_t* connection = X11Display::connection();
+    if (!display || !connection)
+        return false;
+    const Window owner = XGetSelectionOwner(display, XA_PRIMARY);
+    const Window focus = activeWindow(display);
+    if (owner == None || focus == None || focus == PointerRoot)
+        return false;
+    // Toolkits own selections with windows of their own (GTK with a hidden one), so the owner is
+    // compared by client: the server gives each client one range of ids, the same size for all.
+    const quint32 clientBits = ~xcb_get_setup(connection)->resource_id_mask;
+    return (owner & clientBits) == (focus & clientBits);
 }
 
 bool X11Workspace::hasCompositor() const
