@@ -189,9 +189,11 @@ void HistoryManager::keepUnreadableFile()
     // nothing. A copy leaves the file where the user may look for it; on a full disk, where no
     // copy fits, a rename still works, as it needs no space.
     const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    const QString backup = m_storagePath + QStringLiteral(".unreadable-") + stamp;
+    QString backup = m_storagePath + QStringLiteral(".unreadable-") + stamp;
+    for (int n = 2; QFileInfo::exists(backup); ++n)
+        backup = m_storagePath + QStringLiteral(".unreadable-") + stamp + u'-' + QString::number(n);
     const QString name = QFileInfo(backup).fileName();
-    if (!QFileInfo::exists(backup) && (QFile::copy(m_storagePath, backup) || QFile::rename(m_storagePath, backup))) {
+    if (QFile::copy(m_storagePath, backup) || QFile::rename(m_storagePath, backup)) {
         qCWarning(lcHistory, "Kept the unreadable history file as %s", qUtf8Printable(backup));
         setStorageNotice(QStringLiteral("Your earlier history could not be read. It was kept as \"%1\" beside the new one.")
                              .arg(name));
