@@ -1,13 +1,13 @@
 #include "engines/HttpExchange.h"
 
+#include <memory>
+#include <QCoro/QCoroNetworkReply>
+#include <QCoro/QCoroSignal>
 #include <QDeadlineTimer>
 #include <QIODevice>
 #include <QNetworkAccessManager>
 #include <QPointer>
 #include <QTimer>
-#include <QCoro/QCoroNetworkReply>
-#include <QCoro/QCoroSignal>
-#include <memory>
 
 namespace {
 
@@ -18,7 +18,8 @@ constexpr int maxRedirects = 5;
 // that could not be sent again stands for the connection that dropped and made Qt try.
 bool isTransportError(QNetworkReply::NetworkError error)
 {
-    return (error != QNetworkReply::NoError && int(error) < 200) || error == QNetworkReply::ContentReSendError;
+    return (error != QNetworkReply::NoError && int(error) < 200)
+        || error == QNetworkReply::ContentReSendError;
 }
 
 bool keepsMethod(int status)
@@ -86,7 +87,8 @@ bool sameOrigin(const QUrl& a, const QUrl& b)
 {
     const auto defaultPort = [](const QUrl& url) { return url.scheme().toLower() == u"https" ? 443 : 80; };
     return a.scheme().compare(b.scheme(), Qt::CaseInsensitive) == 0
-        && a.host().compare(b.host(), Qt::CaseInsensitive) == 0 && a.port(defaultPort(a)) == b.port(defaultPort(b));
+        && a.host().compare(b.host(), Qt::CaseInsensitive) == 0
+        && a.port(defaultPort(a)) == b.port(defaultPort(b));
 }
 
 } // namespace
@@ -97,7 +99,8 @@ qint64 HttpLimits::answerLimitFor(qint64 requestBytes)
     return qMin(maxAnswerBytesCeiling, 4 * qMax<qint64>(requestBytes, 0) + envelope);
 }
 
-QCoro::Task<HttpAnswer> postJson(QNetworkRequest request, QByteArray body, HttpLimits limits, CancellationToken cancel)
+QCoro::Task<HttpAnswer> postJson(
+    QNetworkRequest request, QByteArray body, HttpLimits limits, CancellationToken cancel)
 {
     HttpAnswer answer;
     if (cancel.isCancelled()) {
@@ -125,7 +128,14 @@ QCoro::Task<HttpAnswer> postJson(QNetworkRequest request, QByteArray body, HttpL
         upload->setParent(reply);
         upload->setReply(reply);
 
-        enum class Stop { none, cancelled, deadline, tooLarge } stop = Stop::none;
+        enum class Stop
+        {
+            none,
+            cancelled,
+            deadline,
+            tooLarge
+        } stop
+            = Stop::none;
         auto* notifier = qobject_cast<CancellationNotifier*>(cancel.notifier());
         const QMetaObject::Connection onCancel
             = QObject::connect(notifier, &CancellationNotifier::cancelled, reply, [reply, &stop] {
@@ -140,18 +150,20 @@ QCoro::Task<HttpAnswer> postJson(QNetworkRequest request, QByteArray body, HttpL
         });
         deadlineTimer.start(std::chrono::milliseconds(qMax<qint64>(deadline.remainingTime(), 0)));
         const qint64 maxBytes = limits.maxAnswerBytes;
-        QObject::connect(reply, &QNetworkReply::downloadProgress, reply, [reply, &stop, maxBytes](qint64 received, qint64 total) {
-            if (stop == Stop::none && (received > maxBytes || total > maxBytes)) {
-                stop = Stop::tooLarge;
-                reply->abort();
-            }
-        });
+        QObject::connect(reply, &QNetworkReply::downloadProgress, reply,
+            [reply, &stop, maxBytes](qint64 received, qint64 total) {
+                if (stop == Stop::none && (received > maxBytes || total > maxBytes)) {
+                    stop = Stop::tooLarge;
+                    reply->abort();
+                }
+            });
 
         if (!reply->isFinished())
             co_await reply;
         QObject::disconnect(onCancel);
         deadlineTimer.stop();
-        const std::unique_ptr<QNetworkReply, void (*)(QNetworkReply*)> finished(reply, [](QNetworkReply* r) { r->deleteLater(); });
+        const std::unique_ptr<QNetworkReply, void (*)(QNetworkReply*)> finished(
+            reply, [](QNetworkReply* r) { r->deleteLater(); });
 
         const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
         switch (stop) {
@@ -162,8 +174,8 @@ QCoro::Task<HttpAnswer> postJson(QNetworkRequest request, QByteArray body, HttpL
         case Stop::deadline:
             answer.kind = HttpAnswer::Kind::transportFailure;
             answer.failure = NetworkFailure::fromCode(NetworkFailure::timedOutCode,
-                                                      QStringLiteral("The request took longer than %1 s.")
-                                                          .arg(double(limits.deadline.count()) / 1000.0));
+                QStringLiteral("The request took longer than %1 s.")
+                    .arg(double(limits.deadline.count()) / 1000.0));
             co_return answer;
         case Stop::tooLarge:
             answer.kind = HttpAnswer::Kind::tooLarge;
@@ -188,7 +200,8 @@ QCoro::Task<HttpAnswer> postJson(QNetworkRequest request, QByteArray body, HttpL
             const QUrl target = request.url().resolved(location);
             if (!sameOrigin(target, origin)) {
                 answer.kind = HttpAnswer::Kind::redirectRefused;
-                answer.redirectTarget = target.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
+                answer.redirectTarget
+                    = target.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
                 co_return answer;
             }
             if (keepsMethod(answer.status) && hop < maxRedirects) {

@@ -15,7 +15,12 @@ using namespace EngineTest;
 
 namespace {
 
-enum class Client { custom, cloud, tester };
+enum class Client
+{
+    custom,
+    cloud,
+    tester
+};
 
 // Sends its answer's body one byte at a time, every `intervalMs`, after complete headers.
 class TricklingServer : public QObject
@@ -44,7 +49,7 @@ private:
             return;
         socket->setProperty("answering", true);
         socket->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: "
-                      + QByteArray::number(body.size()) + "\r\n\r\n");
+            + QByteArray::number(body.size()) + "\r\n\r\n");
         auto* timer = new QTimer(socket);
         auto sent = std::make_shared<qsizetype>(0);
         connect(timer, &QTimer::timeout, socket, [this, socket, timer, sent] {
@@ -76,23 +81,28 @@ class HostileServersTest : public QObject
     // A fix through `client` against `url`, shortened to the given idle time and deadline; the
     // message the user gets, or nothing on success.
     std::optional<QString> attempt(Client client, const QUrl& url, const TracePtr& trace,
-                                   std::chrono::milliseconds deadline = 10s, std::chrono::milliseconds idle = 2s)
+        std::chrono::milliseconds deadline = 10s, std::chrono::milliseconds idle = 2s)
     {
         const QString base = url.toString();
         switch (client) {
         case Client::custom: {
-            CustomOpenAIEngine engine([base] { return CustomEndpointConfig{base, "m", true}; },
-                                      []() -> QCoro::Task<std::optional<QString>> { co_return QString("sk-secret"); });
+            CustomOpenAIEngine engine(
+                [base] {
+                    return CustomEndpointConfig {base, "m", true};
+                },
+                []() -> QCoro::Task<std::optional<QString>> { co_return QString("sk-secret"); });
             engine.setTimeout(idle);
             engine.setDeadline(deadline);
-            const FixOutcome outcome = finish(engine.fix("i has a cat", "Fix.", trace, CancellationToken::none()));
+            const FixOutcome outcome
+                = finish(engine.fix("i has a cat", "Fix.", trace, CancellationToken::none()));
             return outcome.hasValue() ? std::nullopt : std::optional(panelMessage(outcome.error(), true));
         }
         case Client::cloud: {
             CloudEngine engine(base, [] { return QStringLiteral("distinct-id-of-this-install"); });
             engine.setTimeout(idle);
             engine.setDeadline(deadline);
-            const FixOutcome outcome = finish(engine.fix("i has a cat", "Fix.", trace, CancellationToken::none()));
+            const FixOutcome outcome
+                = finish(engine.fix("i has a cat", "Fix.", trace, CancellationToken::none()));
             return outcome.hasValue() ? std::nullopt : std::optional(panelMessage(outcome.error(), false));
         }
         case Client::tester: {
@@ -112,7 +122,10 @@ class HostileServersTest : public QObject
         return CannedResponse::json(200, chatAnswer(text));
     }
 
-    static QString path(Client client) { return client == Client::cloud ? "/api/fix" : "/v1/chat/completions"; }
+    static QString path(Client client)
+    {
+        return client == Client::cloud ? "/api/fix" : "/v1/chat/completions";
+    }
     static QString base(Client client) { return client == Client::cloud ? "" : "/v1"; }
 
 private Q_SLOTS:
@@ -132,7 +145,8 @@ private Q_SLOTS:
         QTest::addColumn<Client>("client");
         QTest::addColumn<bool>("sameOrigin");
         QTest::addColumn<int>("status");
-        for (const auto& [name, client] : {std::pair{"custom", Client::custom}, {"cloud", Client::cloud}, {"test", Client::tester}}) {
+        for (const auto& [name, client] :
+            {std::pair {"custom", Client::custom}, {"cloud", Client::cloud}, {"test", Client::tester}}) {
             QTest::addRow("%s, 307 elsewhere", name) << client << false << 307;
             QTest::addRow("%s, 302 elsewhere", name) << client << false << 302;
             QTest::addRow("%s, 307 same server", name) << client << true << 307;
@@ -191,7 +205,8 @@ private Q_SLOTS:
         CannedResponse silent = goodAnswer(client);
         silent.delayMs = 2000;
         m_server.setDefaultResponse(silent);
-        const std::optional<QString> expected = attempt(client, m_server.url(base(client)), nullptr, 10s, 200ms);
+        const std::optional<QString> expected
+            = attempt(client, m_server.url(base(client)), nullptr, 10s, 200ms);
         QVERIFY(expected.has_value());
 
         // Each byte comes well within the idle time-out; the whole answer would take 5 s.

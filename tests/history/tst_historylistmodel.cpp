@@ -14,7 +14,7 @@ class TestHistoryListModel : public QObject
     Q_OBJECT
 
     TestEnvironment m_env;
-    SettingsFile m_settings{m_env, "historylist"};
+    SettingsFile m_settings {m_env, "historylist"};
 
     // A history file of `count` entries, one in ten containing "needle", loaded by a manager.
     std::unique_ptr<HistoryManager> store(int count)
@@ -41,7 +41,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("entries");
         QTest::newRow("small history, searched at once") << 300;
-        QTest::newRow("large history, searched on the worker") << int(HistoryListModel::backgroundSearchFrom) + 1000;
+        QTest::newRow("large history, searched on the worker")
+            << int(HistoryListModel::backgroundSearchFrom) + 1000;
     }
 
     void eachQueryIsOneReset()
