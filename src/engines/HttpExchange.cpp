@@ -91,6 +91,9 @@ bool sameOrigin(const QUrl& a, const QUrl& b)
         && a.port(defaultPort(a)) == b.port(defaultPort(b));
 }
 
+// Why an exchange was ended on this side.
+enum class Stop { none, cancelled, deadline, tooLarge };
+
 } // namespace
 
 qint64 HttpLimits::answerLimitFor(qint64 requestBytes)
@@ -103,11 +106,6 @@ QCoro::Task<HttpAnswer> postJson(
     QNetworkRequest request, QByteArray body, HttpLimits limits, CancellationToken cancel)
 {
     HttpAnswer answer;
-    if (cancel.isCancelled()) {
-        answer.kind = HttpAnswer::Kind::cancelled;
-        answer.failure = HttpAnswer::cancellation();
-        co_return answer;
-    }
 
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
@@ -119,6 +117,11 @@ QCoro::Task<HttpAnswer> postJson(
     const QDeadlineTimer deadline(limits.deadline);
 
     for (int hop = 0;; ++hop) {
+        if (cancel.isCancelled()) {
+            answer.kind = HttpAnswer::Kind::cancelled;
+            answer.failure = HttpAnswer::cancellation();
+            co_return answer;
+        }
         // A manager of its own per attempt: a connection kept alive from an earlier request can be
         // closed by the server at any moment, and nothing here may be sent twice.
         const std::unique_ptr<QNetworkAccessManager, void (*)(QNetworkAccessManager*)> network(
@@ -128,14 +131,7 @@ QCoro::Task<HttpAnswer> postJson(
         upload->setParent(reply);
         upload->setReply(reply);
 
-        enum class Stop
-        {
-            none,
-            cancelled,
-            deadline,
-            tooLarge
-        } stop
-            = Stop::none;
+        Stop stop = Stop::none;
         auto* notifier = qobject_cast<CancellationNotifier*>(cancel.notifier());
         const QMetaObject::Connection onCancel
             = QObject::connect(notifier, &CancellationNotifier::cancelled, reply, [reply, &stop] {
