@@ -130,6 +130,9 @@ QCoro::Task<HttpAnswer> postJson(
         QNetworkReply* reply = network->post(request, upload);
         upload->setParent(reply);
         upload->setReply(reply);
+        // Holding the network thread back once a little more than the limit is buffered keeps a
+        // huge answer from piling up faster than this thread gets to stop it.
+        reply->setReadBufferSize(limits.maxAnswerBytes + 64 * 1024);
 
         Stop stop = Stop::none;
         auto* notifier = qobject_cast<CancellationNotifier*>(cancel.notifier());
