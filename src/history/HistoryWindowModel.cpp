@@ -43,7 +43,8 @@ bool HistoryWindowModel::isHistoryEmpty() const
 
 bool HistoryWindowModel::hasNoMatches() const
 {
-    return m_store.count() > 0 && m_list.rowCount() == 0;
+    // Not while a search is still running: "No matches" would flash up before every result.
+    return m_store.count() > 0 && m_list.rowCount() == 0 && !m_list.isSearching();
 }
 
 QString HistoryWindowModel::shortcutHint() const
