@@ -62,14 +62,140 @@ QString escapedParagraph(const QString& text)
     return HtmlText::plainTextToHtml(text);
 }
 
+bool isLetter(QChar c)
+{
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+}
+
+// Elements that never hold content, and so never nest.
+bool isVoidElement(QStringView name)
+{
+    static const QStringList names{
+        QStringLiteral("area"), QStringLiteral("base"),  QStringLiteral("br"),    QStringLiteral("col"),
+        QStringLiteral("embed"), QStringLiteral("hr"),   QStringLiteral("img"),   QStringLiteral("input"),
+        QStringLiteral("link"), QStringLiteral("meta"),  QStringLiteral("param"), QStringLiteral("source"),
+        QStringLiteral("track"), QStringLiteral("wbr")};
+    return names.contains(name, Qt::CaseInsensitive);
+}
+
+// Elements whose end tag may be left out: opening one closes these if they are open innermost,
+// so that a long list or table without end tags does not count as deep.
+QStringList implicitlyClosedBy(const QString& name)
+{
+    static const QHash<QString, QStringList> closers{
+        {QStringLiteral("p"), {QStringLiteral("p")}},
+        {QStringLiteral("li"), {QStringLiteral("p"), QStringLiteral("li")}},
+        {QStringLiteral("dt"), {QStringLiteral("p"), QStringLiteral("dt"), QStringLiteral("dd")}},
+        {QStringLiteral("dd"), {QStringLiteral("p"), QStringLiteral("dt"), QStringLiteral("dd")}},
+        {QStringLiteral("tr"), {QStringLiteral("td"), QStringLiteral("th"), QStringLiteral("tr")}},
+        {QStringLiteral("td"), {QStringLiteral("td"), QStringLiteral("th")}},
+        {QStringLiteral("th"), {QStringLiteral("td"), QStringLiteral("th")}},
+        {QStringLiteral("option"), {QStringLiteral("option")}},
+    };
+    return closers.value(name);
+}
+
+// Where a tag that starts at `open` ends: after its ">", skipping quoted attribute values.
+qsizetype tagEnd(const QString& html, qsizetype open)
+{
+    QChar quote;
+    for (qsizetype i = open + 1; i < html.size(); ++i) {
+        const QChar c = html.at(i);
+        if (!quote.isNull()) {
+            if (c == quote)
+                quote = QChar();
+        } else if (c == u'"' || c == u'\'') {
+            quote = c;
+        } else if (c == u'>') {
+            return i + 1;
+        }
+    }
+    return -1;
+}
+
 } // namespace
+
+QString HtmlDocument::boundedNesting(const QString& html, int maxDepth)
+{
+    struct Open
+    {
+        QString name;
+        bool kept;
+    };
+    QList<Open> stack;
+    QString out;
+    qsizetype copied = 0; // html before this is in `out` or deliberately left out
+    bool changed = false;
+    const auto drop = [&](qsizetype from, qsizetype to) {
+        out += QStringView(html).mid(copied, from - copied);
+        copied = to;
+        changed = true;
+    };
+
+    for (qsizetype pos = html.indexOf(u'<'); pos >= 0 && pos + 1 < html.size(); pos = html.indexOf(u'<', pos + 1)) {
+        if (QStringView(html).mid(pos, 4) == QLatin1StringView("<!--")) {
+            const qsizetype end = html.indexOf(QLatin1StringView("-->"), pos + 4);
+            if (end < 0)
+                break;
+            pos = end + 2;
+            continue;
+        }
+        const bool closing = html.at(pos + 1) == u'/';
+        const qsizetype nameStart = pos + (closing ? 2 : 1);
+        if (nameStart >= html.size() || !isLetter(html.at(nameStart)))
+            continue; // not a tag: "<" in text, "<!DOCTYPE", "<?xml"
+        qsizetype nameEnd = nameStart;
+        while (nameEnd < html.size() && (html.at(nameEnd).isLetterOrNumber() || html.at(nameEnd) == u'-'))
+            ++nameEnd;
+        const QString name = html.mid(nameStart, nameEnd - nameStart).toLower();
+        const qsizetype end = tagEnd(html, pos);
+        if (end < 0)
+            break;
+
+        if (closing) {
+            qsizetype match = stack.size() - 1;
+            while (match >= 0 && stack.at(match).name != name)
+                --match;
+            if (match >= 0) {
+                const bool kept = stack.at(match).kept;
+                stack.resize(match);
+                if (!kept)
+                    drop(pos, end);
+            }
+        } else if (!isVoidElement(name) && html.at(end - 2) != u'/') {
+            const QStringList closed = implicitlyClosedBy(name);
+            while (!stack.isEmpty() && closed.contains(stack.last().name)) {
+                if (!stack.last().kept)
+                    break; // its dropped end tag is still to come; leave the count to it
+                stack.removeLast();
+            }
+            const bool kept = stack.size() < maxDepth;
+            stack.append({name, kept});
+            if (!kept)
+                drop(pos, end);
+            // Script and style hold text, not tags.
+            if (name == u"script" || name == u"style") {
+                const qsizetype close = html.indexOf(QStringLiteral("</") + name, end, Qt::CaseInsensitive);
+                if (close < 0)
+                    break;
+                pos = close - 1;
+                continue;
+            }
+        }
+        pos = end - 1;
+    }
+    if (!changed)
+        return html;
+    out += QStringView(html).mid(copied);
+    return out;
+}
 
 QString HtmlDocument::toPlainText(const QString& html)
 {
     if (!opensAsDocument(html))
         return HtmlText::stripTags(html);
     QTextDocument document;
-    document.setHtml(html);
+    document.setHtml(boundedNesting(html));
     return HtmlText::normaliseNewlines(document.toRawText());
 }
 
@@ -83,7 +209,7 @@ RichText HtmlDocument::toRichText(const QString& html)
         return text;
     }
     QTextDocument document;
-    document.setHtml(html);
+    document.setHtml(boundedNesting(html));
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
         text.paragraphs.append(paragraphOf(block));
     return text;

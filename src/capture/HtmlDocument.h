@@ -19,4 +19,10 @@ namespace HtmlDocument {
 [[nodiscard]] QString bodyHtml(const RichText& text);
 /// Largest HTML, in characters, laid out as a document; larger HTML is only stripped of tags.
 inline constexpr qsizetype maxDocumentSize = 4 * 1024 * 1024;
+/// Deepest nesting of elements laid out as written; deeper elements lose their tags, not their text.
+inline constexpr int maxNestingDepth = 128;
+/// The HTML with every element nested deeper than `maxDepth` unwrapped: its tags go, its text and
+/// everything at or above the limit stay. Laying out a document costs time with the square of its
+/// depth, and HTML from the clipboard can be nested tens of thousands deep.
+[[nodiscard]] QString boundedNesting(const QString& html, int maxDepth = maxNestingDepth);
 } // namespace HtmlDocument

@@ -27,7 +27,9 @@ NetworkFailure NetworkFailure::fromReplyError(QNetworkReply::NetworkError error,
     case QNetworkReply::OperationCanceledError: code = timedOutCode; break;
     case QNetworkReply::HostNotFoundError: code = cannotFindHostCode; break;
     case QNetworkReply::ConnectionRefusedError: code = cannotConnectCode; break;
-    case QNetworkReply::RemoteHostClosedError: code = connectionLostCode; break;
+    case QNetworkReply::RemoteHostClosedError:
+    // Qt wanted to send the request again after the connection closed, and was not let.
+    case QNetworkReply::ContentReSendError: code = connectionLostCode; break;
     case QNetworkReply::NetworkSessionFailedError:
     case QNetworkReply::TemporaryNetworkFailureError:
     case QNetworkReply::BackgroundRequestNotAllowedError: code = notConnectedCode; break;

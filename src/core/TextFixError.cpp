@@ -86,6 +86,10 @@ QString errorDescription(CustomEndpointError error)
     case CustomEndpointError::authenticationFailed: return QStringLiteral("API authentication failed. Check your API key.");
     case CustomEndpointError::serverError: return QStringLiteral("Your API endpoint returned an error.");
     case CustomEndpointError::invalidResponse: return QStringLiteral("Invalid response from API endpoint.");
+    case CustomEndpointError::redirectRefused:
+        return QStringLiteral("Your API endpoint redirected to another server. Tembrel did not follow, so your API key stayed safe.");
+    case CustomEndpointError::answerTooLarge:
+        return QStringLiteral("Your API endpoint's answer was far too large to use.");
     }
     Q_UNREACHABLE();
     return QString();

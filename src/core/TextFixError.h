@@ -48,7 +48,7 @@ private:
 };
 
 /// Failures only the user's own endpoint produces; their description is also the panel message.
-enum class CustomEndpointError { authenticationFailed, serverError, invalidResponse };
+enum class CustomEndpointError { authenticationFailed, serverError, invalidResponse, redirectRefused, answerTooLarge };
 /// Developer text of an endpoint failure, which is also what the panel shows.
 [[nodiscard]] QString errorDescription(CustomEndpointError error);
 

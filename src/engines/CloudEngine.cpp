@@ -89,7 +89,8 @@ QCoro::Task<FixOutcome> CloudEngine::fix(QString text, QString systemPrompt, Tra
     QElapsedTimer elapsed;
     elapsed.start();
 
-    HttpAnswer answer = co_await postJson(m_network, request, body, m_timeout, cancel);
+    const HttpLimits limits{m_timeout, m_deadline, HttpLimits::answerLimitFor(body.size())};
+    HttpAnswer answer = co_await postJson(request, body, limits, cancel);
     if (answer.kind == HttpAnswer::Kind::transportFailure) {
         // Only a failed transport is worth a second attempt; a status is the service's verdict.
         qCInfo(lcCloudEngine) << "first attempt failed:" << answer.failure.summary();
@@ -97,7 +98,7 @@ QCoro::Task<FixOutcome> CloudEngine::fix(QString text, QString systemPrompt, Tra
         record(trace, QStringLiteral("retry_started"), QStringLiteral("attempt 2 after 500ms delay"));
         if (!co_await cancellablePause(retryDelay, cancel))
             co_return cancelledOutcome(HttpAnswer::cancellation());
-        answer = co_await postJson(m_network, request, body, m_timeout, cancel);
+        answer = co_await postJson(request, body, limits, cancel);
         if (answer.kind == HttpAnswer::Kind::transportFailure) {
             qCWarning(lcCloudEngine) << "second attempt failed:" << answer.failure.summary();
             record(trace, QStringLiteral("retry_failed"), answer.failure.summary());
@@ -106,6 +107,16 @@ QCoro::Task<FixOutcome> CloudEngine::fix(QString text, QString systemPrompt, Tra
     }
     if (answer.kind == HttpAnswer::Kind::cancelled)
         co_return cancelledOutcome(answer.failure);
+    if (answer.kind == HttpAnswer::Kind::redirectRefused) {
+        qCWarning(lcCloudEngine) << "the service redirected to another origin; not followed";
+        record(trace, QStringLiteral("request_failed"), QStringLiteral("redirect to another origin refused"));
+        co_return TextFixError::processingFailed();
+    }
+    if (answer.kind == HttpAnswer::Kind::tooLarge) {
+        qCWarning(lcCloudEngine) << "the answer passed" << limits.maxAnswerBytes << "bytes; not read further";
+        record(trace, QStringLiteral("request_failed"), QStringLiteral("answer too large"));
+        co_return TextFixError::processingFailed();
+    }
     if (answer.kind == HttpAnswer::Kind::notHttp) {
         qCWarning(lcCloudEngine) << "the answer was not an HTTP response";
         record(trace, QStringLiteral("request_failed"), QStringLiteral("invalid response type"));

@@ -1,7 +1,6 @@
 #pragma once
 #include "engines/TextFixEngine.h"
 
-#include <QNetworkAccessManager>
 #include <QUrl>
 #include <chrono>
 #include <functional>
@@ -13,6 +12,7 @@ class CloudEngine : public TextFixEngine
 public:
     static constexpr qsizetype maxTextLength = 100000;
     static constexpr std::chrono::milliseconds defaultTimeout{30000};
+    static constexpr std::chrono::milliseconds defaultDeadline{30000};
     static constexpr std::chrono::milliseconds retryDelay{500};
     static inline const QString endpoint = QStringLiteral("/api/fix");
 
@@ -27,6 +27,8 @@ public:
 
     /// Time-out without progress of each attempt; tests shorten it.
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+    /// Longest each attempt may take, however busy; tests shorten it.
+    void setDeadline(std::chrono::milliseconds deadline) { m_deadline = deadline; }
 
     /// Always true: the cloud service needs no set-up.
     QCoro::Task<bool> isAvailable() override;
@@ -39,5 +41,5 @@ private:
     QString m_baseUrl;
     DistinctIdProvider m_distinctId;
     std::chrono::milliseconds m_timeout = defaultTimeout;
-    QNetworkAccessManager m_network;
+    std::chrono::milliseconds m_deadline = defaultDeadline;
 };

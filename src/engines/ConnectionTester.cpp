@@ -63,7 +63,8 @@ QCoro::Task<std::optional<QString>> ConnectionTester::run(QString baseUrl, QStri
     if (!apiKey.isEmpty())
         request.setRawHeader("Authorization", "Bearer " + apiKey.toUtf8());
     const QByteArray body = ChatCompletion::requestBody(systemPrompt, sampleText, model);
-    const HttpAnswer answer = co_await postJson(m_network, request, body, m_timeout, cancel);
+    const HttpLimits limits{m_timeout, m_deadline, HttpLimits::answerLimitFor(body.size())};
+    const HttpAnswer answer = co_await postJson(request, body, limits, cancel);
 
     switch (answer.kind) {
     case HttpAnswer::Kind::http:
@@ -73,7 +74,12 @@ QCoro::Task<std::optional<QString>> ConnectionTester::run(QString baseUrl, QStri
         }
         co_return std::nullopt;
     case HttpAnswer::Kind::notHttp:
+    case HttpAnswer::Kind::tooLarge:
         co_return ConnectionTestError{ConnectionTestError::Kind::invalidResponse}.message();
+    case HttpAnswer::Kind::redirectRefused:
+        qCInfo(lcCustomEngine) << "connection test: redirect to another origin refused";
+        co_return QStringLiteral("Redirected to %1; not followed, so the API key stays with this URL")
+            .arg(answer.redirectTarget.toString(QUrl::RemovePath));
     case HttpAnswer::Kind::transportFailure:
     case HttpAnswer::Kind::cancelled:
         qCInfo(lcCustomEngine) << "connection test failed:" << answer.failure.summary();

@@ -2,7 +2,6 @@
 #include "core/Cancellation.h"
 #include "core/TextFixError.h"
 
-#include <QNetworkAccessManager>
 #include <QString>
 #include <QCoro/QCoroTask>
 #include <chrono>
@@ -26,11 +25,14 @@ class ConnectionTester
 {
 public:
     static constexpr std::chrono::milliseconds defaultTimeout{10000};
+    static constexpr std::chrono::milliseconds defaultDeadline{20000};
     /// Deliberately faulty input, so the request looks like a real fix.
     static inline const QString sampleText = QStringLiteral("I has a meeting tomorow and their going to be late.");
 
     /// Time-out without progress of the request; tests shorten it.
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+    /// Longest the whole request may take, however busy; tests shorten it.
+    void setDeadline(std::chrono::milliseconds deadline) { m_deadline = deadline; }
 
     /// Runs the test; nothing on success, else the message to show. `systemPrompt` is the default
     /// mode's prompt.
@@ -42,5 +44,5 @@ public:
 
 private:
     std::chrono::milliseconds m_timeout = defaultTimeout;
-    QNetworkAccessManager m_network;
+    std::chrono::milliseconds m_deadline = defaultDeadline;
 };

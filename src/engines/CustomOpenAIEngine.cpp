@@ -8,8 +8,6 @@
 #include "engines/TextChunker.h"
 
 #include <QElapsedTimer>
-#include <QNetworkAccessManager>
-#include <QScopedPointer>
 #include <vector>
 
 namespace {
@@ -149,11 +147,9 @@ QCoro::Task<Outcome<QString>> CustomOpenAIEngine::send(Request request, QString 
     record(request.trace, QStringLiteral("request_started"), QStringLiteral("POST /chat/completions") + label);
     QElapsedTimer elapsed;
     elapsed.start();
-    // One manager per request: a shared one would hold all but six chunks back in its per-host
-    // connection limit, and the chunks are meant to be in flight together. It goes later, not
-    // with this frame: the frame may end inside its reply's finished() signal.
-    const QScopedPointer<QNetworkAccessManager, QScopedPointerDeleteLater> network(new QNetworkAccessManager);
-    const HttpAnswer answer = co_await postJson(*network, networkRequest, body, m_timeout, cancel);
+    // Each request has a connection of its own, so the chunks are all in flight together.
+    const HttpLimits limits{m_timeout, m_deadline, HttpLimits::answerLimitFor(body.size())};
+    const HttpAnswer answer = co_await postJson(networkRequest, body, limits, cancel);
 
     switch (answer.kind) {
     case HttpAnswer::Kind::cancelled:
@@ -166,6 +162,14 @@ QCoro::Task<Outcome<QString>> CustomOpenAIEngine::send(Request request, QString 
         qCWarning(lcCustomEngine) << "request failed:" << answer.failure.summary();
         record(request.trace, QStringLiteral("request_failed"), answer.failure.summary());
         co_return OtherError{answer.failure.description};
+    case HttpAnswer::Kind::redirectRefused:
+        qCWarning(lcCustomEngine) << "the endpoint redirected to another origin; not followed";
+        record(request.trace, QStringLiteral("request_failed"), QStringLiteral("redirect to another origin refused"));
+        co_return CustomEndpointError::redirectRefused;
+    case HttpAnswer::Kind::tooLarge:
+        qCWarning(lcCustomEngine) << "the answer passed" << limits.maxAnswerBytes << "bytes; not read further";
+        record(request.trace, QStringLiteral("request_failed"), QStringLiteral("answer too large"));
+        co_return CustomEndpointError::answerTooLarge;
     case HttpAnswer::Kind::http:
         break;
     }

@@ -12,6 +12,7 @@ class CustomOpenAIEngine : public TextFixEngine
 public:
     static constexpr qsizetype maxTotalLength = 100000;
     static constexpr std::chrono::milliseconds defaultTimeout{15000};
+    static constexpr std::chrono::milliseconds defaultDeadline{60000};
 
     /// `config` is read at every call; `apiKey` once per fix.
     CustomOpenAIEngine(CustomEndpointConfigProvider config, ApiKeyProvider apiKey,
@@ -22,6 +23,8 @@ public:
 
     /// Time-out without progress of each request; tests shorten it.
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
+    /// Longest each request may take, however busy; tests shorten it.
+    void setDeadline(std::chrono::milliseconds deadline) { m_deadline = deadline; }
 
     /// Whether the settings have the custom endpoint switched on with a URL, right now.
     QCoro::Task<bool> isAvailable() override;
@@ -44,4 +47,5 @@ private:
     ApiKeyProvider m_apiKey;
     EditCounter m_editCount;
     std::chrono::milliseconds m_timeout = defaultTimeout;
+    std::chrono::milliseconds m_deadline = defaultDeadline;
 };

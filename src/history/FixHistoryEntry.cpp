@@ -90,7 +90,9 @@ QString FixHistoryEntry::subtitle(const QDateTime& now) const
 
 bool FixHistoryEntry::matches(const QString& lowerCaseQuery) const
 {
-    return originalText.toLower().contains(lowerCaseQuery) || fixedText.toLower().contains(lowerCaseQuery);
+    // Compared in place: lower-casing copies of every entry made each keystroke of a search cost
+    // as much as the whole history's text.
+    return originalText.contains(lowerCaseQuery, Qt::CaseInsensitive) || fixedText.contains(lowerCaseQuery, Qt::CaseInsensitive);
 }
 
 QJsonObject FixHistoryEntry::toJson() const

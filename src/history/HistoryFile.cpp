@@ -5,8 +5,11 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -143,6 +146,22 @@ private:
     QByteArray m_out;
 };
 
+QString systemError(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// Closes a descriptor on every way out.
+struct Descriptor
+{
+    int fd = -1;
+    ~Descriptor()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
+
 } // namespace
 
 QByteArray OrderedJson::pretty(const QJsonValue& value, const QStringList& keyOrder)
@@ -210,17 +229,41 @@ std::variant<QList<FixHistoryEntry>, HistoryDecodeError> HistoryFile::read(const
 
 std::optional<HistorySaveError> HistoryFile::write(const QString& path, const QList<FixHistoryEntry>& entries)
 {
+    // Written by hand rather than through QSaveFile, to name the system's reason when the disk is
+    // full and to make the folder's new entry durable too: the data reaches the disk before the
+    // rename, and the rename before this returns.
     using Kind = HistorySaveError::Kind;
     const QString folder = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(folder))
         return HistorySaveError{Kind::createDirectory, folder};
     const QByteArray data = encode(entries);
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return HistorySaveError{Kind::open, file.errorString()};
-    if (file.write(data) != data.size())
-        return HistorySaveError{Kind::write, file.errorString()};
-    if (!file.commit())
-        return HistorySaveError{Kind::commit, file.errorString()};
+    const QByteArray target = QFile::encodeName(path);
+    const QByteArray temporary = target + ".saving-" + QByteArray::number(qint64(::getpid()));
+
+    Descriptor file{::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)};
+    if (file.fd < 0)
+        return HistorySaveError{Kind::open, systemError(errno)};
+    const auto fail = [&](Kind kind, int error) {
+        ::unlink(temporary.constData());
+        return HistorySaveError{kind, systemError(error)};
+    };
+    for (qsizetype written = 0; written < data.size();) {
+        const ssize_t n = ::write(file.fd, data.constData() + written, size_t(data.size() - written));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return fail(Kind::write, n < 0 ? errno : ENOSPC);
+        written += n;
+    }
+    if (::fsync(file.fd) != 0)
+        return fail(Kind::write, errno);
+    const int closed = ::close(std::exchange(file.fd, -1));
+    if (closed != 0)
+        return fail(Kind::write, errno);
+    if (::rename(temporary.constData(), target.constData()) != 0)
+        return fail(Kind::commit, errno);
+    Descriptor directory{::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (directory.fd >= 0)
+        ::fsync(directory.fd);
     return std::nullopt;
 }

@@ -4,11 +4,16 @@
 #include "history/HistoryGrouping.h"
 #include "history/HistoryManager.h"
 
+#include <QPromise>
+#include <QThreadPool>
+
 namespace {
 
 // Whether every id of `shorter` occurs in `longer`, in the same order (ids are unique).
 bool isSubsequence(const QList<FixHistoryEntry>& shorter, const QList<FixHistoryEntry>& longer)
 {
+    if (shorter.size() > longer.size())
+        return false;
     qsizetype i = 0;
     for (qsizetype j = 0; j < longer.size() && i < shorter.size(); ++j) {
         if (longer.at(j).id == shorter.at(i).id)
@@ -75,7 +80,7 @@ void HistoryListModel::setQuery(const QString& query)
         return;
     m_query = query;
     Q_EMIT queryChanged();
-    refresh();
+    update(true);
 }
 
 int HistoryListModel::totalCount() const
@@ -129,28 +134,81 @@ QString HistoryListModel::preview(const FixHistoryEntry& entry)
 
 void HistoryListModel::refresh()
 {
-    const QList<FixHistoryEntry> matching = m_store.filtered(m_query);
-    const QList<HistoryGrouping::Group> groups = HistoryGrouping::group(matching, m_now(), m_locale);
-    QList<FixHistoryEntry> rows;
-    QStringList headings;
-    rows.reserve(matching.size());
-    headings.reserve(matching.size());
-    for (const HistoryGrouping::Group& group : groups) {
-        for (const qsizetype index : group.indices) {
-            rows.append(matching.at(index));
-            headings.append(group.heading);
-        }
-    }
-    applyRows(std::move(rows), std::move(headings));
-    Q_EMIT summaryChanged();
+    update(false);
 }
 
-void HistoryListModel::applyRows(QList<FixHistoryEntry> rows, QStringList headings)
+HistoryListModel::Rows HistoryListModel::computeRows(const QList<FixHistoryEntry>& entries, const QString& query,
+                                                     const QDateTime& now, const QLocale& locale)
 {
+    QList<FixHistoryEntry> matching;
+    if (query.isEmpty()) {
+        matching = entries;
+    } else {
+        const QString lowered = query.toLower();
+        for (const FixHistoryEntry& entry : entries) {
+            if (entry.matches(lowered))
+                matching.append(entry);
+        }
+    }
+    Rows rows;
+    rows.entries.reserve(matching.size());
+    rows.headings.reserve(matching.size());
+    for (const HistoryGrouping::Group& group : HistoryGrouping::group(matching, now, locale)) {
+        for (const qsizetype index : group.indices) {
+            rows.entries.append(matching.at(index));
+            rows.headings.append(group.heading);
+        }
+    }
+    return rows;
+}
+
+void HistoryListModel::update(bool queryChanged)
+{
+    // A search still running is overtaken: its rows would be stale when they arrive.
+    m_pendingQueryChanged = m_pendingQueryChanged || queryChanged;
+    if (m_pending)
+        m_pending->future().cancel();
+    m_pending.reset();
+    const QList<FixHistoryEntry> entries = m_store.entries();
+    if (entries.size() < backgroundSearchFrom) {
+        applyRows(computeRows(entries, m_query, m_now(), m_locale), !std::exchange(m_pendingQueryChanged, false));
+        Q_EMIT summaryChanged();
+        return;
+    }
+
+    // The entries are shared read-only with the worker; the list and its strings are copied on
+    // write, so the store may change meanwhile.
+    auto promise = std::make_shared<QPromise<Rows>>();
+    m_pending = std::make_unique<QFutureWatcher<Rows>>();
+    QFutureWatcher<Rows>* watcher = m_pending.get();
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        if (m_pending.get() != watcher || watcher->future().resultCount() == 0)
+            return;
+        Rows rows = watcher->future().takeResult();
+        m_pending.release()->deleteLater();
+        applyRows(std::move(rows), !std::exchange(m_pendingQueryChanged, false));
+        Q_EMIT summaryChanged();
+        Q_EMIT searchFinished();
+    });
+    watcher->setFuture(promise->future());
+    QThreadPool::globalInstance()->start([promise, entries, query = m_query, now = m_now(), locale = m_locale] {
+        promise->start();
+        if (!promise->isCanceled())
+            promise->addResult(computeRows(entries, query, now, locale));
+        promise->finish();
+    });
+}
+
+void HistoryListModel::applyRows(Rows next, bool stepwise)
+{
+    QList<FixHistoryEntry> rows = std::move(next.entries);
+    QStringList headings = std::move(next.headings);
     const int before = int(m_rows.size());
-    // Insertions and removals are told row by row, so a fix arriving while the window is open
-    // slides in at the top without the list losing its scroll position or its selection.
-    if (rows.size() >= m_rows.size() && isSubsequence(m_rows, rows)) {
+    // A fix arriving or an entry deleted while the window is open is told row by row, so the list
+    // keeps its scroll position and selection. A new query, or any larger change, is one reset:
+    // telling tens of thousands of rows one at a time would stall the window.
+    stepwise = stepwise && qAbs(rows.size() - m_rows.size()) <= largestStepwiseChange;
+    if (stepwise && rows.size() >= m_rows.size() && isSubsequence(m_rows, rows)) {
         for (qsizetype j = 0; j < rows.size(); ++j) {
             if (j < m_rows.size() && m_rows.at(j).id == rows.at(j).id)
                 continue;
@@ -159,7 +217,7 @@ void HistoryListModel::applyRows(QList<FixHistoryEntry> rows, QStringList headin
             m_rowHeadings.insert(j, headings.at(j));
             endInsertRows();
         }
-    } else if (isSubsequence(rows, m_rows)) {
+    } else if (stepwise && isSubsequence(rows, m_rows)) {
         for (qsizetype j = 0; j < m_rows.size();) {
             if (j < rows.size() && m_rows.at(j).id == rows.at(j).id) {
                 ++j;

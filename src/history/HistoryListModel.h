@@ -3,6 +3,7 @@
 
 #include <QAbstractListModel>
 #include <QDateTime>
+#include <QFutureWatcher>
 #include <QLocale>
 #include <QtQml/qqmlregistration.h>
 #include <functional>
@@ -11,7 +12,8 @@ class HistoryManager;
 
 /// The history window's list: the store's entries matching the search, ordered by date group
 /// ("Today", "Yesterday", ..., "March 2025"), each row with its group heading, a preview and the
-/// subtitle. Follows the store as it changes. UI thread only.
+/// subtitle. Follows the store as it changes. Lives on the UI thread; in a large history the
+/// search runs on a worker and its rows replace the list in one reset when they are ready.
 class HistoryListModel : public QAbstractListModel
 {
     Q_OBJECT
@@ -34,6 +36,11 @@ public:
 
     /// Longest preview of a row, in characters; the view elides further to its width.
     static constexpr qsizetype previewLength = 160;
+    /// From this many entries on, searching happens off the UI thread.
+    static constexpr qsizetype backgroundSearchFrom = 2000;
+    /// Up to this many rows coming or going are told one by one, so that the list keeps its place;
+    /// any larger change is one reset.
+    static constexpr qsizetype largestStepwiseChange = 16;
 
     /// `store` must outlive the model.
     explicit HistoryListModel(HistoryManager& store, QObject* parent = nullptr);
@@ -66,17 +73,31 @@ public:
     /// A row's preview: the fixed text on one line, cut at `previewLength`.
     [[nodiscard]] static QString preview(const FixHistoryEntry& entry);
 
+    /// Whether a search is still running on the worker.
+    [[nodiscard]] bool isSearching() const { return m_pending != nullptr; }
+
 public Q_SLOTS:
     /// Reads the store again and tells the view what changed.
     void refresh();
 
 Q_SIGNALS:
+    /// A search that ran on the worker has been applied.
+    void searchFinished();
     void queryChanged();
     void countChanged();
     void summaryChanged();
 
 private:
-    void applyRows(QList<FixHistoryEntry> rows, QStringList headings);
+    struct Rows
+    {
+        QList<FixHistoryEntry> entries;
+        QStringList headings;
+    };
+    /// The rows for a query; touches nothing shared, so it may run on any thread.
+    static Rows computeRows(const QList<FixHistoryEntry>& entries, const QString& query, const QDateTime& now,
+                            const QLocale& locale);
+    void update(bool queryChanged);
+    void applyRows(Rows rows, bool stepwise);
 
     HistoryManager& m_store;
     std::function<QDateTime()> m_now;
@@ -84,4 +105,6 @@ private:
     QString m_query;
     QList<FixHistoryEntry> m_rows;
     QStringList m_rowHeadings;
+    std::unique_ptr<QFutureWatcher<Rows>> m_pending;
+    bool m_pendingQueryChanged = false;
 };

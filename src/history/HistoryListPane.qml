@@ -56,12 +56,29 @@ Rectangle {
         }
     }
 
+    Text {
+        id: storageNotice
+        objectName: "storageNotice"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: searchBox.bottom
+        anchors.leftMargin: 14
+        anchors.rightMargin: 14
+        anchors.topMargin: visible ? 8 : 0
+        height: visible ? implicitHeight : 0
+        visible: text.length > 0
+        text: pane.history.storageNotice
+        wrapMode: Text.Wrap
+        color: pane.theme.secondaryText
+        font.pixelSize: pane.theme.smallSize
+    }
+
     ListView {
         id: list
         objectName: "historyList"
         anchors.left: parent.left
         anchors.right: parent.right
-        anchors.top: searchBox.bottom
+        anchors.top: storageNotice.bottom
         anchors.topMargin: 8
         anchors.bottom: footer.top
         clip: true

@@ -5,6 +5,7 @@
 #include "settings/UserDefaults.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
 #include <cstdio>
@@ -18,6 +19,22 @@ void printLine(const QString& line)
     std::fputs(qUtf8Printable(line + QLatin1Char('\n')), stdout);
     std::fflush(stdout);
 }
+
+void capText(QString& text)
+{
+    if (text.size() <= HistoryManager::maxStoredTextLength)
+        return;
+    qsizetype cut = HistoryManager::maxStoredTextLength - 1;
+    if (text.at(cut - 1).isHighSurrogate())
+        --cut;
+    text = text.left(cut) + QChar(0x2026);
+}
+
+void capHtml(std::optional<QString>& html)
+{
+    if (html && html->size() > HistoryManager::maxStoredHtmlLength)
+        html.reset();
+}
 } // namespace
 
 HistoryManager::HistoryManager(QSettings& settings, QString storagePath, QObject* parent)
@@ -25,6 +42,7 @@ HistoryManager::HistoryManager(QSettings& settings, QString storagePath, QObject
     , m_settings(settings)
     , m_isEnabled(UserDefaults::strictBool(settings, historyEnabledKey).value_or(true))
     , m_storagePath(std::move(storagePath))
+    , m_savePath(m_storagePath)
 {
     load();
 }
@@ -73,6 +91,15 @@ std::optional<QUuid> HistoryManager::addEntry(FixHistoryEntry entry)
     entry.id = QUuid::createUuid();
     entry.timestamp = QDateTime::currentDateTime();
     entry.editCount.reset();
+    // One oversized fix must not make every later save rewrite megabytes.
+    capText(entry.originalText);
+    capText(entry.fixedText);
+    capHtml(entry.originalHTML);
+    capHtml(entry.fixedHTML);
+    if (!entry.originalHTML || !entry.fixedHTML) {
+        entry.originalHTML.reset();
+        entry.fixedHTML.reset();
+    }
     QList<FixHistoryEntry> entries = m_entries;
     entries.prepend(entry);
     // The cut happens only here: a file that holds more loads whole and shrinks on the next add.
@@ -112,8 +139,20 @@ void HistoryManager::clearAll()
 
 void HistoryManager::save()
 {
-    if (const auto error = HistoryFile::write(m_storagePath, m_entries))
-        printLine(QStringLiteral("Failed to save history: ") + error->description());
+    const auto error = HistoryFile::write(m_savePath, m_entries);
+    if (!error) {
+        if (m_saveFailing)
+            setStorageNotice(QString());
+        m_saveFailing = false;
+        return;
+    }
+    printLine(QStringLiteral("Failed to save history: ") + error->description());
+    // Said in the window once, and only while nothing more important is said there.
+    if (m_storageNotice.isEmpty()) {
+        m_saveFailing = true;
+        setStorageNotice(QStringLiteral("Your history could not be saved: ") + error->description()
+                         + QStringLiteral(". The tembrels of this session are kept until Tembrel quits."));
+    }
 }
 
 void HistoryManager::load()
@@ -130,6 +169,14 @@ void HistoryManager::load()
     setEntries(std::get<QList<FixHistoryEntry>>(std::move(loaded)));
 }
 
+void HistoryManager::setStorageNotice(const QString& notice)
+{
+    if (notice == m_storageNotice)
+        return;
+    m_storageNotice = notice;
+    Q_EMIT storageNoticeChanged();
+}
+
 void HistoryManager::setEntries(QList<FixHistoryEntry> entries)
 {
     m_entries = std::move(entries);
@@ -139,12 +186,26 @@ void HistoryManager::setEntries(QList<FixHistoryEntry> entries)
 void HistoryManager::keepUnreadableFile()
 {
     // The next save replaces the file with whatever is in memory, which after a failed load is
-    // nothing; a copy keeps the user's entries recoverable.
+    // nothing. A copy leaves the file where the user may look for it; on a full disk, where no
+    // copy fits, a rename still works, as it needs no space.
     const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    const QString backup = m_storagePath + QStringLiteral(".unreadable-") + stamp;
-    if (QFile::exists(backup) || QFile::copy(m_storagePath, backup))
+    QString backup = m_storagePath + QStringLiteral(".unreadable-") + stamp;
+    for (int n = 2; QFileInfo::exists(backup); ++n)
+        backup = m_storagePath + QStringLiteral(".unreadable-") + stamp + u'-' + QString::number(n);
+    const QString name = QFileInfo(backup).fileName();
+    if (QFile::copy(m_storagePath, backup) || QFile::rename(m_storagePath, backup)) {
         qCWarning(lcHistory, "Kept the unreadable history file as %s", qUtf8Printable(backup));
-    else
-        qCCritical(lcHistory, "Could not keep a copy of the unreadable history file %s; the next save replaces it",
-                   qUtf8Printable(m_storagePath));
+        setStorageNotice(QStringLiteral("Your earlier history could not be read. It was kept as \"%1\" beside the new one.")
+                             .arg(name));
+        return;
+    }
+    // Neither a rename nor a copy: the unreadable file stays as it is and nothing ever overwrites
+    // it; this session's history is saved under a new name.
+    m_savePath = QFileInfo(m_storagePath).absolutePath() + QStringLiteral("/history-") + stamp + QStringLiteral(".json");
+    qCCritical(lcHistory, "Could not keep a copy of the unreadable history file %s; it is left untouched and "
+                          "new entries are saved to %s",
+               qUtf8Printable(m_storagePath), qUtf8Printable(m_savePath));
+    setStorageNotice(QStringLiteral("Your earlier history could not be read and was left untouched in \"%1\". "
+                                    "New tembrels are saved to \"%2\".")
+                         .arg(QFileInfo(m_storagePath).fileName(), QFileInfo(m_savePath).fileName()));
 }

@@ -13,9 +13,14 @@ class HistoryManager : public QObject
     Q_PROPERTY(bool isEnabled READ isEnabled WRITE setEnabled NOTIFY isEnabledChanged)
     Q_PROPERTY(int count READ count NOTIFY entriesChanged)
     Q_PROPERTY(qint64 totalEdits READ totalEdits NOTIFY entriesChanged)
+    Q_PROPERTY(QString storageNotice READ storageNotice NOTIFY storageNoticeChanged)
 
 public:
     static constexpr qsizetype maxEntries = 500;
+    /// Longest original or fixed text an entry keeps, in characters; a longer one is cut.
+    static constexpr qsizetype maxStoredTextLength = 250000;
+    /// Longest HTML an entry keeps; the HTML of a larger fix is not kept (its text still is).
+    static constexpr qsizetype maxStoredHtmlLength = 1000000;
 
     /// Reads "historyEnabled" from `settings` (which must outlive the manager) and loads the file
     /// at `storagePath`.
@@ -28,6 +33,11 @@ public:
     [[nodiscard]] const QList<FixHistoryEntry>& entries() const { return m_entries; }
     [[nodiscard]] int count() const { return int(m_entries.size()); }
     [[nodiscard]] QString storagePath() const { return m_storagePath; }
+    /// Where saves go: the storage path, unless an unreadable file there could not be set aside.
+    [[nodiscard]] QString savePath() const { return m_savePath; }
+    /// What the user should know about the history file (it could not be read, where its copy
+    /// is); empty when all is well.
+    [[nodiscard]] QString storageNotice() const { return m_storageNotice; }
     /// Whether new fixes are recorded ("historyEnabled", true unless a false is stored).
     [[nodiscard]] bool isEnabled() const { return m_isEnabled; }
     /// Stores the flag; neither saves the file nor deletes anything.
@@ -39,7 +49,8 @@ public:
     [[nodiscard]] qint64 totalEdits() const;
 
     /// Records a finished fix when recording is on: `entry` gets a fresh id and the current time,
-    /// goes to the front, the list is cut to 500 and saved. Returns the new id, or nothing when
+    /// its texts are cut to the stored limits, it goes to the front, the list is cut to 500 and
+    /// saved. Returns the new id, or nothing when
     /// recording is off (nothing is saved then).
     std::optional<QUuid> addEntry(FixHistoryEntry entry);
     /// Sets the edit count of the first entry with this id and saves; an unknown id is ignored.
@@ -51,20 +62,26 @@ public:
 
     /// Writes the whole list; a failure is printed and the list in memory is kept.
     void save();
-    /// Replaces the list from the file; an unreadable file gives an empty list and is copied aside
-    /// so the next save cannot lose it.
+    /// Replaces the list from the file; an unreadable file gives an empty list and is set aside
+    /// under a new name so no save can lose it. When it cannot be set aside, it stays untouched
+    /// and saves go to a file of a new name instead.
     void load();
 
 Q_SIGNALS:
     void entriesChanged();
     void isEnabledChanged(bool enabled);
+    void storageNoticeChanged();
 
 private:
     void setEntries(QList<FixHistoryEntry> entries);
     void keepUnreadableFile();
+    void setStorageNotice(const QString& notice);
 
     QSettings& m_settings;
     QList<FixHistoryEntry> m_entries;
     bool m_isEnabled = true;
     const QString m_storagePath;
+    QString m_savePath;
+    QString m_storageNotice;
+    bool m_saveFailing = false;
 };

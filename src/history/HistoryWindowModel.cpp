@@ -23,6 +23,12 @@ HistoryWindowModel::HistoryWindowModel(HistoryManager& store, std::function<QStr
     connect(&m_list, &HistoryListModel::summaryChanged, this, &HistoryWindowModel::listChanged);
     connect(&m_list, &HistoryListModel::queryChanged, this, &HistoryWindowModel::searchTextChanged);
     connect(&m_store, &HistoryManager::entriesChanged, this, &HistoryWindowModel::followStore);
+    connect(&m_store, &HistoryManager::storageNoticeChanged, this, &HistoryWindowModel::storageNoticeChanged);
+}
+
+QString HistoryWindowModel::storageNotice() const
+{
+    return m_store.storageNotice();
 }
 
 void HistoryWindowModel::setSearchText(const QString& text)
@@ -37,7 +43,8 @@ bool HistoryWindowModel::isHistoryEmpty() const
 
 bool HistoryWindowModel::hasNoMatches() const
 {
-    return m_store.count() > 0 && m_list.rowCount() == 0;
+    // Not while a search is still running: "No matches" would flash up before every result.
+    return m_store.count() > 0 && m_list.rowCount() == 0 && !m_list.isSearching();
 }
 
 QString HistoryWindowModel::shortcutHint() const

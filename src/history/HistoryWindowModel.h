@@ -23,6 +23,7 @@ class HistoryWindowModel : public QObject
     Q_PROPERTY(bool isHistoryEmpty READ isHistoryEmpty NOTIFY listChanged)
     Q_PROPERTY(bool hasNoMatches READ hasNoMatches NOTIFY listChanged)
     Q_PROPERTY(QString shortcutHint READ shortcutHint NOTIFY shortcutHintChanged)
+    Q_PROPERTY(QString storageNotice READ storageNotice NOTIFY storageNoticeChanged)
 
     Q_PROPERTY(QString selectedId READ selectedId WRITE setSelectedId NOTIFY selectionChanged)
     Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY selectionChanged)
@@ -61,6 +62,9 @@ public:
     [[nodiscard]] bool hasNoMatches() const;
     /// "Press <shortcut> to get started", or nothing when the primary mode has no shortcut.
     [[nodiscard]] QString shortcutHint() const;
+    /// What the user should know about the history file, such as a copy of one that could not be
+    /// read; empty when all is well.
+    [[nodiscard]] QString storageNotice() const;
 
     [[nodiscard]] QString selectedId() const;
     /// Selects the entry with this id; an unknown or empty id clears the selection.
@@ -115,6 +119,7 @@ Q_SIGNALS:
     void searchTextChanged();
     void listChanged();
     void shortcutHintChanged();
+    void storageNoticeChanged();
     void selectionChanged();
     void viewModeChanged();
     void traceOpenChanged();

@@ -125,9 +125,19 @@ void ModeManager::resetAllModes()
 
 QList<Mode> ModeManager::load()
 {
-    const std::optional<QByteArray> data = UserDefaults::dataValue(m_settings, modesKey);
-    if (!data)
+    if (!m_settings.contains(modesKey))
         return ModeCatalogue::defaultModes();
+    const std::optional<QByteArray> data = UserDefaults::dataValue(m_settings, modesKey);
+    if (!data) {
+        // Hand-edited into text, a number or a list: whatever it is, the next save must not be
+        // the end of it.
+        const QVariant stored = m_settings.value(modesKey);
+        qCCritical(lcModes, "Failed to load modes, using defaults: the stored value is %s, not data",
+                   stored.typeName() ? stored.typeName() : "of no known type");
+        m_settings.setValue(unreadableModesKey, stored);
+        qCWarning(lcModes, "Kept the unreadable modes under \"%s\"", qUtf8Printable(unreadableModesKey));
+        return ModeCatalogue::defaultModes();
+    }
 
     auto decoded = ModeCatalogue::decode(*data);
     if (const auto* error = std::get_if<ModeDecodeError>(&decoded)) {

@@ -43,9 +43,17 @@ SettingsWindowController::SettingsWindowController(SettingsManager& settings, Mo
     connect(&m_modes, &ModeManager::modesChanged, this, &SettingsWindowController::shortcutTextChanged);
     connect(&m_settings, &SettingsManager::hotkeyChanged, this, &SettingsWindowController::shortcutTextChanged);
     connect(&m_history, &HistoryManager::entriesChanged, this, &SettingsWindowController::historyChanged);
+    m_keySavePause.setSingleShot(true);
+    m_keySavePause.setInterval(apiKeySavePauseMs);
+    connect(&m_keySavePause, &QTimer::timeout, this, &SettingsWindowController::commitApiKey);
 }
 
-SettingsWindowController::~SettingsWindowController() = default;
+SettingsWindowController::~SettingsWindowController()
+{
+    // Quitting right after typing: the last text still reaches the keyring.
+    if (m_keyToWrite)
+        m_settings.storeApiKey(*m_keyToWrite);
+}
 
 void SettingsWindowController::show(bool fromOnboarding)
 {
@@ -94,6 +102,7 @@ void SettingsWindowController::forgetWindow()
 {
     if (!m_view)
         return;
+    commitApiKey();
     QQuickView* view = m_view.release();
     view->disconnect(this);
     view->hide();
@@ -207,9 +216,17 @@ QCoro::Task<> SettingsWindowController::loadApiKey()
 
 void SettingsWindowController::setApiKeyText(const QString& key)
 {
+    // Each keyring write is a round trip to another process, and some keyrings prompt or log on
+    // every one: a key is saved once it is typed, not once per key press.
     m_apiKey = key;
     m_keyToWrite = key;
-    if (!m_writingKey)
+    m_keySavePause.start();
+}
+
+void SettingsWindowController::commitApiKey()
+{
+    m_keySavePause.stop();
+    if (m_keyToWrite && !m_writingKey)
         writeApiKeys();
 }
 
@@ -218,7 +235,8 @@ QCoro::Task<> SettingsWindowController::writeApiKeys()
     // One keyring job at a time: jobs started together may finish in any order, and the item
     // must end up holding the last text typed.
     m_writingKey = true;
-    while (m_keyToWrite) {
+    // Typing again meanwhile waits for its own pause.
+    while (m_keyToWrite && !m_keySavePause.isActive()) {
         const QString key = *std::exchange(m_keyToWrite, std::nullopt);
         QPointer<SettingsWindowController> self(this);
         const std::optional<ApiKeyStoreError> error = co_await m_settings.setApiKey(key);

@@ -1,6 +1,7 @@
 #pragma once
 #include <QCoro/QCoroTask>
 #include <QObject>
+#include <QTimer>
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
 #include <functional>
@@ -83,9 +84,14 @@ public:
     /// Why the keyring refused the last save; empty when it worked.
     [[nodiscard]] QString apiKeyError() const { return m_apiKeyError; }
 
-    /// The text of the key field: saved to the keyring, an empty text deleting the item. Saves run
-    /// one after another, so the keyring ends with the last text typed.
+    /// The text of the key field: saved to the keyring once typing pauses or the field is
+    /// committed, an empty text deleting the item. Saves run one after another, so the keyring
+    /// ends with the last text typed.
     Q_INVOKABLE void setApiKeyText(const QString& key);
+    /// Saves the key typed so far now (Enter, leaving the field, testing, closing the window).
+    Q_INVOKABLE void commitApiKey();
+    /// How long typing must pause before the key is saved.
+    static constexpr int apiKeySavePauseMs = 800;
     Q_INVOKABLE void viewHistory();
     /// Empties the history (after the user confirmed).
     Q_INVOKABLE void clearHistory();
@@ -121,4 +127,5 @@ private:
     QString m_apiKeyError;
     std::optional<QString> m_keyToWrite;
     bool m_writingKey = false;
+    QTimer m_keySavePause;
 };

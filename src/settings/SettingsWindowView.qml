@@ -224,6 +224,7 @@ Page {
                 text: settingsWindow.apiKey
                 placeholderText: "sk-..."
                 onTextEdited: { settingsWindow.setApiKeyText(text); connectionTest.reset() }
+                onEditingFinished: settingsWindow.commitApiKey()
             }
             SettingsWindowHelp { text: settingsWindow.apiKeyHelp }
             Label {
@@ -251,7 +252,10 @@ Page {
                 Layout.fillWidth: true
                 testState: connectionTest
                 canTest: settings.customAPIURL.trim().length > 0
-                onTestRequested: connectionTest.test(settings.customAPIURL, keyField.text, settings.customModelID)
+                onTestRequested: {
+                    settingsWindow.commitApiKey()
+                    connectionTest.test(settings.customAPIURL, keyField.text, settings.customModelID)
+                }
             }
         }
     }

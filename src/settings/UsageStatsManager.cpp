@@ -1,5 +1,6 @@
 #include "settings/UsageStatsManager.h"
 
+#include "core/Logging.h"
 #include "settings/UserDefaults.h"
 
 #include <QSettings>
@@ -13,14 +14,23 @@ const QString totalEditsKey = QStringLiteral("stats.totalEdits");
 const QString totalCharactersKey = QStringLiteral("stats.totalCharacters");
 const QString firstTembrelDateKey = QStringLiteral("stats.firstTembrelDate");
 
-qint64 checkedAdd(qint64 total, qint64 amount, const char* counter)
+// The dates QDateTime can hold, in seconds from 1970, with room to spare either side.
+constexpr double latestDateSeconds = 253402300799.0;   // 9999-12-31 23:59:59
+constexpr double earliestDateSeconds = -62135596800.0; // 0001-01-01 00:00:00
+} // namespace
+
+qint64 UsageStatsManager::saturatingAdd(qint64 total, qint64 amount, const QString& counter)
 {
     qint64 sum = 0;
-    if (__builtin_add_overflow(total, amount, &sum))
-        qFatal("Usage counter %s overflowed", counter);
-    return sum;
+    if (!__builtin_add_overflow(total, amount, &sum))
+        return sum;
+    // The counts are a curiosity for the user: no reason to lose a fix over one.
+    if (!m_saturated.contains(counter)) {
+        m_saturated.insert(counter);
+        qCWarning(lcSettings, "Usage counter %s reached its limit and stays there", qUtf8Printable(counter));
+    }
+    return amount > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
 }
-} // namespace
 
 UsageStatsManager::UsageStatsManager(QSettings& defaults, QObject* parent)
     : QObject(parent)
@@ -30,15 +40,19 @@ UsageStatsManager::UsageStatsManager(QSettings& defaults, QObject* parent)
     m_totalEdits = UserDefaults::integerValue(m_defaults, totalEditsKey);
     m_totalCharactersProcessed = UserDefaults::integerValue(m_defaults, totalCharactersKey);
     // Seconds since 1970 here, unlike the history file's dates, which count from 2001.
-    if (const auto seconds = UserDefaults::doubleValue(m_defaults, firstTembrelDateKey))
-        m_firstTembrelDate = QDateTime::fromMSecsSinceEpoch(qint64(std::llround(*seconds * 1000.0)), QTimeZone::utc());
+    if (const auto seconds = UserDefaults::doubleValue(m_defaults, firstTembrelDateKey)) {
+        if (std::isfinite(*seconds) && *seconds >= earliestDateSeconds && *seconds <= latestDateSeconds)
+            m_firstTembrelDate = QDateTime::fromMSecsSinceEpoch(qint64(std::llround(*seconds * 1000.0)), QTimeZone::utc());
+        else
+            qCWarning(lcSettings, "The stored date of the first fix is out of range; the next fix sets it anew");
+    }
 }
 
 void UsageStatsManager::recordFix(qint64 editCount, qint64 characterCount)
 {
-    m_totalTembrels = checkedAdd(m_totalTembrels, 1, "totalTembrels");
-    m_totalEdits = checkedAdd(m_totalEdits, editCount, "totalEdits");
-    m_totalCharactersProcessed = checkedAdd(m_totalCharactersProcessed, characterCount, "totalCharactersProcessed");
+    m_totalTembrels = saturatingAdd(m_totalTembrels, 1, QStringLiteral("totalTembrels"));
+    m_totalEdits = saturatingAdd(m_totalEdits, editCount, QStringLiteral("totalEdits"));
+    m_totalCharactersProcessed = saturatingAdd(m_totalCharactersProcessed, characterCount, QStringLiteral("totalCharactersProcessed"));
     if (!m_firstTembrelDate)
         m_firstTembrelDate = QDateTime::currentDateTimeUtc();
     save();

@@ -1,6 +1,7 @@
 #pragma once
 #include <QDateTime>
 #include <QObject>
+#include <QSet>
 #include <optional>
 
 class QSettings;
@@ -27,7 +28,7 @@ public:
     [[nodiscard]] QDateTime firstTembrelDateOrInvalid() const { return m_firstTembrelDate.value_or(QDateTime()); }
 
     /// Counts one completed fix with its edit count and the characters of its original text, then
-    /// saves. A counter that would overflow ends the program.
+    /// saves. A counter that would overflow stays at its largest value, logged once.
     void recordFix(qint64 editCount, qint64 characterCount);
     /// Writes all four values.
     void save();
@@ -36,9 +37,12 @@ Q_SIGNALS:
     void statsChanged();
 
 private:
+    qint64 saturatingAdd(qint64 total, qint64 amount, const QString& counter);
+
     QSettings& m_defaults;
     qint64 m_totalTembrels = 0;
     qint64 m_totalEdits = 0;
     qint64 m_totalCharactersProcessed = 0;
     std::optional<QDateTime> m_firstTembrelDate;
+    QSet<QString> m_saturated; // counters whose stop at their largest value has been logged
 };

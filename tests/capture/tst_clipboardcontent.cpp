@@ -1,6 +1,7 @@
 #include "capture/ChromiumCustomData.h"
 #include "capture/ClipboardManager.h"
 #include "capture/ClipboardTypes.h"
+#include "capture/HtmlDocument.h"
 #include "capture/RtfReader.h"
 
 #include <QMimeData>
@@ -146,6 +147,39 @@ private Q_SLOTS:
     void hugeHtmlIsStrippedNotLaidOut()
     {
         QCOMPARE(ClipboardManager::htmlToPlainText(QStringLiteral("<p>x</p>").repeated(600'000)).size(), 600'000);
+    }
+
+    void nestingIsBoundedBeforeLayout_data()
+    {
+        QTest::addColumn<QString>("html");
+        QTest::addColumn<QString>("bounded"); // at a depth limit of 2
+        QTest::newRow("shallow: unchanged") << "<div><b>a</b></div>" << "<div><b>a</b></div>";
+        QTest::newRow("deep: unwrapped") << "<div><p><b>a</b>b</p></div>c" << "<div><p>ab</p></div>c";
+        QTest::newRow("attributes with >") << "<a title=\"x>y\"><b><i>a</i></b></a>" << "<a title=\"x>y\"><b>a</b></a>";
+        QTest::newRow("void and self-closed") << "<p><br><img src=x><b/><i>a</i></p>" << "<p><br><img src=x><b/><i>a</i></p>";
+        QTest::newRow("end tags left out") << "<ul><li>a<li>b<li><p>c</ul>" << "<ul><li>a<li>b<li>c</ul>";
+        QTest::newRow("comments and script") << "<div><!-- <b><b><b> --><script>if (a<b) x()</script></div>"
+                                             << "<div><!-- <b><b><b> --><script>if (a<b) x()</script></div>";
+        QTest::newRow("stray end tags") << "</b>a<b>b</i></b>" << "</b>a<b>b</i></b>";
+    }
+
+    void nestingIsBoundedBeforeLayout()
+    {
+        QFETCH(QString, html);
+        QFETCH(QString, bounded);
+        QCOMPARE(HtmlDocument::boundedNesting(html, 2), bounded);
+    }
+
+    void deepNestingKeepsItsText()
+    {
+        // Laid out as written, 200,000 levels took minutes: the time grows with the square of the
+        // depth. Bounded, the text comes through whole, as text and as styled text.
+        const int depth = 200'000;
+        const QString html = QStringLiteral("<div><b>").repeated(depth / 2) + QStringLiteral("deep text")
+            + QStringLiteral("</b></div>").repeated(depth / 2);
+        QCOMPARE(ClipboardManager::htmlToPlainText(html), QStringLiteral("deep text"));
+        QVERIFY(ClipboardManager::htmlToRTF(html));
+        QCOMPARE(HtmlDocument::toRichText(html).plainText().trimmed(), QStringLiteral("deep text"));
     }
 
     void htmlToRtfKeepsFormatting()

@@ -11,6 +11,7 @@
 #include "analytics/PostHogClient.h"
 #include "app/FixAdapters.h"
 #include "capture/ClipboardManager.h"
+#include "core/Logging.h"
 #include "capture/SelectionManager.h"
 #include "engines/CloudEngine.h"
 #include "engines/CustomOpenAIEngine.h"
@@ -154,6 +155,19 @@ private Q_SLOTS:
     }
 
     void cleanupTestCase() { qInstallMessageHandler(testLog); }
+
+    void qtCategoriesThatPrintPageContentStayOff()
+    {
+        // Debug output switched on for everything, as someone chasing a problem would.
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=true"));
+        const auto restore = qScopeGuard([] { QLoggingCategory::setFilterRules("tembrel.*=true"); });
+        QLoggingCategory transport("qt.webengine.webchanneltransport");
+        QVERIFY(!transport.isDebugEnabled());
+        QVERIFY(!transport.isInfoEnabled());
+        QVERIFY(transport.isWarningEnabled());
+        QVERIFY(QLoggingCategory("qt.webengine.other").isDebugEnabled());
+        QVERIFY(lcCoordinator().isDebugEnabled());
+    }
 
     void searchFindsTextInAnAnalyticsBatch()
     {

@@ -71,7 +71,7 @@ private Q_SLOTS:
         QTest::newRow("400") << QString() << answer(400) << "Unexpected response (400)";
         QTest::newRow("500") << QString() << answer(500) << "Server error";
         QTest::newRow("503") << QString() << answer(503) << "Server error";
-        // Bytes that are not HTTP end, after the network stack's own resends, as a closed connection.
+        // Bytes that are not HTTP end as a closed connection; nothing is sent a second time.
         QTest::newRow("not HTTP") << QString() << garbage() << "No internet connection";
         QTest::newRow("dropped connection") << QString() << CannedResponse::dropped() << "No internet connection";
         QTest::newRow("slow") << QString() << CannedResponse::json(200, {}, 3000) << "Connection timed out";

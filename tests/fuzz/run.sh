@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Builds the clipboard parsers' fuzz targets with clang (libFuzzer, AddressSanitizer, UBSan) and
 # runs each for a fixed number of inputs, starting from its corpus in tests/data/fuzz/<target>/.
-# New inputs go to a temporary folder, never into the committed corpus; a crash, a hang (over 10 s
-# on one input) or a sanitizer report fails the run and leaves the input in the build folder.
+# New inputs go to a temporary folder, never into the committed corpus; a crash, a slow input (over
+# 2 s for one input, sanitizers included: what would stall the UI) or a sanitizer report fails the
+# run and leaves the input in the build folder. Targets with a tests/fuzz/<target>.dict mutate with
+# its tokens too (deep nesting, mostly).
 #
 #   tests/fuzz/run.sh [RUNS]      (default 5000 inputs per target; TEMBREL_FUZZ_RUNS works too)
 set -euo pipefail
@@ -27,8 +29,12 @@ mkdir -p "$build/artifacts"
 status=0
 for target in chromium_custom_data quill_delta rtf_reader html_text; do
   mkdir -p "$work/$target"
-  if QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0 "$build/fuzz_$target" \
-      -runs="$runs" -seed=1 -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
+  dict=()
+  if [ -f "$root/tests/fuzz/$target.dict" ]; then
+    dict=(-dict="$root/tests/fuzz/$target.dict")
+  fi
+  if QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0 "$build/fuzz_$target" "${dict[@]}" \
+      -runs="$runs" -seed=1 -timeout="${TEMBREL_FUZZ_TIMEOUT:-2}" -rss_limit_mb=2048 -max_len=65536 \
       -artifact_prefix="$build/artifacts/$target-" \
       "$work/$target" "$root/tests/data/fuzz/$target" >"$work/$target.log" 2>&1; then
     echo "fuzz: $target: $runs inputs, clean"

@@ -9,6 +9,9 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
+#include <csignal>
+#include <cstring>
+#include <sys/resource.h>
 
 namespace {
 FixHistoryEntry draft(const QString& original)
@@ -250,6 +253,62 @@ private Q_SLOTS:
         history.addEntry(draft(QStringLiteral("after")));
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
         QCOMPARE(fileBytes(copy), data);
+    }
+
+    void anOversizedFixIsStoredCut()
+    {
+        HistoryManager history(*m_settings, m_path);
+        FixHistoryEntry entry = draft(QString(HistoryManager::maxStoredTextLength, u'o'));
+        entry.fixedText = QString(4 * HistoryManager::maxStoredTextLength, u'f');
+        entry.originalHTML = QStringLiteral("<p>o</p>");
+        entry.fixedHTML = QStringLiteral("<p>") + entry.fixedText.repeated(2) + QStringLiteral("</p>");
+        history.addEntry(entry);
+        const FixHistoryEntry stored = HistoryManager(*m_settings, m_path).entries().first();
+        QCOMPARE(stored.originalText, entry.originalText); // at the limit: whole
+        QCOMPARE(stored.fixedText.size(), HistoryManager::maxStoredTextLength);
+        QVERIFY(stored.fixedText.endsWith(QChar(0x2026)));
+        QVERIFY(!stored.originalHTML && !stored.fixedHTML); // shown as the plain texts instead
+    }
+
+    void aFullDiskLosesNothing()
+    {
+        // No file may grow past 64 KB, as on a disk that is nearly full: the unreadable history of
+        // 200 KB cannot be copied aside, nor can a large save complete.
+        const QByteArray unreadable = "[" + QByteArray(200 * 1024, 'x');
+        writeFile(m_path, unreadable);
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit saved{};
+        ::getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit tight = saved;
+        tight.rlim_cur = 64 * 1024;
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &tight), 0);
+        const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_FSIZE, &saved); });
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Kept the unreadable history file as ")));
+        StdoutCapture out;
+        HistoryManager history(*m_settings, m_path);
+        QVERIFY(history.storageNotice().contains(QStringLiteral("history.json.unreadable-")));
+        history.addEntry(draft(QStringLiteral("after")));
+        const QString folder = QFileInfo(m_path).absolutePath();
+        const QStringList kept = QDir(folder).entryList({QStringLiteral("history.json.unreadable-*")}, QDir::Files);
+        QCOMPARE(kept.size(), 1);
+        QCOMPARE(fileBytes(folder + QLatin1Char('/') + kept.first()), unreadable);
+        QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
+
+        // A save that does not fit names the system's reason, and keeps the entries in memory.
+        const QString notice = history.storageNotice();
+        for (int i = 0; i < 100; ++i)
+            history.addEntry(draft(QString(1000, u'a')));
+        QCOMPARE(history.entries().size(), 101);
+        const QByteArray printed = out.text();
+        const QByteArray reason = std::strerror(EFBIG);
+        QVERIFY2(printed.contains(QByteArray("Failed to save history: The file could not be written (" + reason + ")")), printed.constData());
+        QVERIFY(!printed.contains("Unknown error"));
+        QCOMPARE(history.storageNotice(), notice); // the first notice stands
+        // On disk, the last save that fit, whole.
+        const qsizetype onDisk = HistoryManager(*m_settings, m_path).entries().size();
+        QVERIFY2(onDisk > 1 && onDisk < 101, qPrintable(QString::number(onDisk)));
+        QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 2); // no half-written file left behind
     }
 
     void saveFailureIsPrintedAndMemoryKept()

@@ -9,6 +9,9 @@
 #include "support/TestEnvironment.h"
 
 #include <QClipboard>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QQuickItem>
 #include <QQuickView>
@@ -168,6 +171,23 @@ private Q_SLOTS:
         // Built afresh from the store: the old search is gone.
         QCOMPARE(model()->searchText(), QString());
         QCOMPARE(model()->list()->rowCount(), 3);
+    }
+
+    void anUnreadableHistoryIsToldInTheWindow()
+    {
+        ++m_run;
+        QDir().mkpath(QFileInfo(storePath()).absolutePath());
+        QFile file(storePath());
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("[{") == 2);
+        file.close();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Kept the unreadable history file as ")));
+        m_store = std::make_unique<HistoryManager>(*m_settings, storePath());
+        m_controller = std::make_unique<HistoryWindowController>(*m_store, *m_modes, [] { return clientId; });
+        m_controller->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        QQuickItem* notice = item(view(), "storageNotice");
+        QVERIFY(notice->isVisible());
+        QVERIFY2(text(notice).contains(QStringLiteral("history.json.unreadable-")), qPrintable(text(notice)));
     }
 
     void listIsGroupedByDate()

@@ -5,3 +5,4 @@ tembrel_add_test(tst_historywindow LABEL platform
   LIBS tembrel_gui tembrel_guiplugin)
 add_executable(historywindow_harness historywindow_harness.cpp HistoryWindowFixture.h HistoryWindowFixture.cpp)
 target_link_libraries(historywindow_harness PRIVATE tembrel_gui tembrel_guiplugin tembrel_test_support)
+tembrel_add_test(tst_historylistmodel LABEL unit SOURCES tst_historylistmodel.cpp LIBS tembrel_gui)

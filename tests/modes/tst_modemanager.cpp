@@ -92,37 +92,37 @@ private Q_SLOTS:
         QCOMPARE(m_settings->value(modesKey).toByteArray(), testData("modes/builtins-then-custom.json"));
     }
 
-    void undecodableCatalogueFallsBackAndIsKept_data()
+    void unreadableCatalogueFallsBackAndIsKept_data()
     {
-        QTest::addColumn<QByteArray>("data");
-        QTest::newRow("entry without isBuiltIn") << testData("modes/missing-isBuiltIn.json");
-        QTest::newRow("truncated") << testData("modes/truncated.json");
-        QTest::newRow("not JSON") << QByteArray("\x00\xff garbage", 10);
+        QTest::addColumn<QVariant>("data");
+        QTest::newRow("entry without isBuiltIn") << QVariant(testData("modes/missing-isBuiltIn.json"));
+        QTest::newRow("truncated") << QVariant(testData("modes/truncated.json"));
+        QTest::newRow("not JSON") << QVariant(QByteArray("\x00\xff garbage", 10));
+        // Hand edits that lost the data type.
+        QTest::newRow("text") << QVariant(QString::fromUtf8(testData("modes/builtins-then-custom.json")));
+        QTest::newRow("empty text") << QVariant(QString());
+        QTest::newRow("number") << QVariant(42);
+        QTest::newRow("list") << QVariant(QStringList{"Pirate", "Arr"});
     }
 
-    void undecodableCatalogueFallsBackAndIsKept()
+    void unreadableCatalogueFallsBackAndIsKept()
     {
-        QFETCH(QByteArray, data);
+        QFETCH(QVariant, data);
         m_settings->setValue(modesKey, data);
+        const QVariant stored = m_settings.reopen().value(modesKey); // as the file gives it back
         QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(QStringLiteral("^Failed to load modes, using defaults: .")));
         QTest::ignoreMessage(QtWarningMsg, R"(Kept the unreadable modes under "modesUnreadable")");
-        ModeManager manager(m_settings.reopen());
+        ModeManager manager(*m_settings);
         QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
-        QCOMPARE(m_settings->value(modesKey).toByteArray(), data);
-        QCOMPARE(m_settings->value(QStringLiteral("modesUnreadable")).toByteArray(), data);
+        QCOMPARE(m_settings->value(modesKey), stored);
+        QCOMPARE(m_settings->value(QStringLiteral("modesUnreadable")), stored);
 
         // A deliberate change replaces the stored catalogue; the copy stays.
-        manager.resetAllModes();
-        QCOMPARE(m_settings.reopen().value(QStringLiteral("modesUnreadable")).toByteArray(), data);
-        QCOMPARE(ModeManager(*m_settings).modes(), ModeCatalogue::defaultModes());
-    }
-
-    void storedValueOfAnotherTypeMeansNoCatalogue()
-    {
-        m_settings->setValue(modesKey, QStringLiteral("[]"));
-        ModeManager manager(m_settings.reopen());
-        QCOMPARE(manager.modes(), ModeCatalogue::defaultModes());
-        QCOMPARE(m_settings->value(modesKey).toString(), QStringLiteral("[]"));
+        Mode toggled = manager.modes().at(1);
+        toggled.isEnabled = !toggled.isEnabled;
+        manager.updateMode(toggled);
+        QCOMPARE(m_settings.reopen().value(QStringLiteral("modesUnreadable")), stored);
+        QCOMPARE(ModeManager(*m_settings).modes().at(1), toggled);
     }
 
     void addMode_data()

@@ -8,6 +8,7 @@
 #include <QCoro/QCoroTask>
 #include <QQuickWindow>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -191,9 +192,12 @@ private Q_SLOTS:
         QCOMPARE(field->property("echoMode").toInt(), 2); // TextInput.Password: never shown in clear
         QCOMPARE(field->property("placeholderText").toString(), QStringLiteral("sk-..."));
 
-        // Typed key by key: one keyring job per key press, and the item must end with all of it.
+        // Typed key by key, saved once when typing pauses, with all of it.
+        QSignalSpy written(m_ui->settings.get(), &SettingsManager::apiKeyChanged);
         QVERIFY(m_ui->type(QStringLiteral("apiKeyField"), QStringLiteral("sk-test-1234")));
         QTRY_COMPARE_WITH_TIMEOUT(storedKey(), std::optional(QStringLiteral("sk-test-1234")), 10000);
+        QTest::qWait(SettingsWindowController::apiKeySavePauseMs * 2);
+        QCOMPARE(written.count(), 1);
         QCOMPARE(m_ui->text(QStringLiteral("apiKeyError")), QStringLiteral("<missing apiKeyError>"));
 
         // A new window reads the key back into the masked field.
