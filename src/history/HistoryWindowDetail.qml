@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import Tembrel
 
 // The right pane: the selected tembrel's header, the view-mode switch and its text, plain or as
