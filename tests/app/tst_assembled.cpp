@@ -1,3 +1,4 @@
+#include "app/StatusMenu.h"
 #include "app/TembrelApp.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
@@ -15,6 +16,7 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -153,6 +155,45 @@ private Q_SLOTS:
         QSettings defaults;
         HistoryManager reloaded(defaults, HistoryManager::defaultStoragePath());
         QCOMPARE(reloaded.totalEdits(), total);
+    }
+
+    // The status menu's shortcuts work in each of Tembrel's windows, not only in the menu.
+    void menuShortcutsWorkInEveryWindow_data()
+    {
+        QTest::addColumn<QString>("window");
+        QTest::addColumn<QKeySequence>("keys");
+        QTest::addColumn<QByteArray>("announcement");
+        for (const char* window : {"settings", "history", "onboarding"}) {
+            QTest::addRow("%s: Ctrl+Shift+H", window) << QString::fromLatin1(window)
+                                                      << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_H)
+                                                      << QByteArray(SIGNAL(showHistoryRequested()));
+            QTest::addRow("%s: Ctrl+,", window) << QString::fromLatin1(window) << QKeySequence(Qt::CTRL | Qt::Key_Comma)
+                                                << QByteArray(SIGNAL(showSettingsRequested()));
+            QTest::addRow("%s: Ctrl+Q", window) << QString::fromLatin1(window) << QKeySequence(Qt::CTRL | Qt::Key_Q)
+                                                << QByteArray(SIGNAL(quitRequested()));
+        }
+    }
+
+    void menuShortcutsWorkInEveryWindow()
+    {
+        QFETCH(QString, window);
+        QFETCH(QKeySequence, keys);
+        QFETCH(QByteArray, announcement);
+        createApp();
+        // The test hears the request to quit; the test process itself stays.
+        disconnect(m_app->statusMenu(), &StatusMenu::quitRequested, m_app.get(), nullptr);
+        if (window == QStringLiteral("history"))
+            m_app->showHistory();
+        else if (window == QStringLiteral("settings"))
+            m_app->showSettings();
+        else
+            m_app->showOnboarding();
+        QTRY_COMPARE(visibleQuickWindows().size(), 1);
+        QQuickWindow* shown = visibleQuickWindows().first();
+        QVERIFY(QTest::qWaitForWindowExposed(shown));
+        QSignalSpy heard(m_app->statusMenu(), announcement.constData());
+        QTest::keyClick(shown, keys[0].key(), keys[0].keyboardModifiers());
+        QTRY_COMPARE(heard.count(), 1);
     }
 
     // Whichever window opens first, every window's controls come from one style.
