@@ -1,14 +1,17 @@
 #include "app/StatusMenu.h"
 #include "app/TembrelApp.h"
+#include "engines/ApiKeyStore.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
 #include "platform/fake/FakePlatform.h"
+#include "settings/SettingsManager.h"
 #include "settings/UsageStatsManager.h"
 #include "support/TestEnvironment.h"
 #include "support/TestHttpServer.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QCoro/QCoroTask>
 #include <QJsonArray>
 #include <QQmlContext>
 #include <QQuickItem>
@@ -55,6 +58,16 @@ void collectStyles(const QQuickItem* item, QHash<QString, QSet<QString>>& styles
     }
     for (const QQuickItem* child : item->childItems())
         collectStyles(child, styles);
+}
+
+QQuickItem* findItem(QQuickItem* root, const QString& name)
+{
+    if (root->objectName() == name)
+        return root;
+    for (QQuickItem* child : root->childItems())
+        if (QQuickItem* found = findItem(child, name))
+            return found;
+    return nullptr;
 }
 
 QList<QQuickWindow*> visibleQuickWindows()
@@ -194,6 +207,46 @@ private Q_SLOTS:
         QSignalSpy heard(m_app->statusMenu(), announcement.constData());
         QTest::keyClick(shown, keys[0].key(), keys[0].keyboardModifiers());
         QTRY_COMPARE(heard.count(), 1);
+    }
+
+    // The endpoint's fields take their full height in the settings layout, whether they were
+    // there when the window opened (with a stored key arriving from the keyring) or switched on.
+    void endpointFieldsNeverOverlapWhatFollows_data()
+    {
+        QTest::addColumn<bool>("onAtOpening");
+        QTest::addColumn<bool>("storedKey");
+        QTest::newRow("on at opening, key stored") << true << true;
+        QTest::newRow("on at opening, no key") << true << false;
+        QTest::newRow("switched on, key stored") << false << true;
+    }
+
+    void endpointFieldsNeverOverlapWhatFollows()
+    {
+        QFETCH(bool, onAtOpening);
+        QFETCH(bool, storedKey);
+        ApiKeyStore keys;
+        const std::optional<ApiKeyStoreError> stored =
+            QCoro::waitFor(keys.setKey(storedKey ? QStringLiteral("sk-test-key") : QString()));
+        QVERIFY(!stored);
+        QSettings().setValue(QStringLiteral("useCustomEndpoint"), onAtOpening);
+        createApp();
+        m_app->showSettings();
+        QTRY_COMPARE(visibleQuickWindows().size(), 1);
+        QQuickWindow* window = visibleQuickWindows().first();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        if (!onAtOpening)
+            m_app->settings().setUseCustomEndpoint(true);
+        QQuickItem* beta = nullptr;
+        QQuickItem* test = nullptr;
+        QTRY_VERIFY((beta = findItem(window->contentItem(), QStringLiteral("betaUpdates")))
+                    && (test = findItem(window->contentItem(), QStringLiteral("connectionTestButton"))));
+        if (storedKey)
+            QTRY_COMPARE(findItem(window->contentItem(), QStringLiteral("apiKeyField"))->property("text").toString(),
+                         QStringLiteral("sk-test-key"));
+        QTest::qWait(200); // the layout settles
+        const qreal testBottom = test->mapToScene(QPointF(0, test->height())).y();
+        const qreal betaTop = beta->mapToScene(QPointF(0, 0)).y();
+        QVERIFY2(testBottom <= betaTop, qPrintable(QStringLiteral("%1 > %2").arg(testBottom).arg(betaTop)));
     }
 
     // Whichever window opens first, every window's controls come from one style.
