@@ -100,10 +100,9 @@ bool SettingsAdapter::isAnalyticsEnabled() const
     return m_settings.analyticsEnabled();
 }
 
-void HistoryAdapter::addEntry(const HistoryRecord& record)
+std::optional<QString> HistoryAdapter::addEntry(const HistoryRecord& record)
 {
     FixHistoryEntry entry;
-    entry.id = QUuid::fromString(record.id);
     entry.timestamp = record.timestamp;
     entry.originalText = record.originalText;
     entry.fixedText = record.fixedText;
@@ -115,7 +114,10 @@ void HistoryAdapter::addEntry(const HistoryRecord& record)
     entry.fixedHTML = record.fixedHTML;
     entry.sourceFormat = record.sourceFormat;
     entry.modeName = record.modeName;
-    m_history.addEntry(std::move(entry));
+    const std::optional<QUuid> id = m_history.addEntry(std::move(entry));
+    if (!id)
+        return std::nullopt;
+    return storedUuidString(*id);
 }
 
 void HistoryAdapter::updateEditCount(const QString& id, qint64 editCount)

@@ -81,7 +81,7 @@ class HistoryAdapter : public FixHistory
 {
 public:
     explicit HistoryAdapter(HistoryManager& history) : m_history(history) {}
-    void addEntry(const HistoryRecord& record) override;
+    std::optional<QString> addEntry(const HistoryRecord& record) override;
     void updateEditCount(const QString& id, qint64 editCount) override;
 
 private:

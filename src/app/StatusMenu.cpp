@@ -2,6 +2,9 @@
 #include "core/Logging.h"
 
 #include <QAction>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QQuickWindow>
 
 StatusMenu::StatusMenu(QObject* parent)
     : QObject(parent)
@@ -21,6 +24,9 @@ StatusMenu::StatusMenu(QObject* parent)
     for (QAction* action : actions())
         action->setShortcutContext(Qt::ApplicationShortcut);
 
+    // Qt Quick windows never see a widget action's shortcut; their key presses are matched here.
+    qGuiApp->installEventFilter(this);
+
     connect(m_checkForUpdates, &QAction::triggered, this, &StatusMenu::checkForUpdatesRequested);
     connect(m_viewHistory, &QAction::triggered, this, &StatusMenu::showHistoryRequested);
     connect(m_settings, &QAction::triggered, this, &StatusMenu::showSettingsRequested);
@@ -34,6 +40,20 @@ StatusMenu::StatusMenu(QObject* parent)
         if (reason == QSystemTrayIcon::Trigger)
             m_menu->popup(QCursor::pos());
     });
+}
+
+bool StatusMenu::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::KeyPress || !qobject_cast<QQuickWindow*>(watched))
+        return false;
+    const QKeySequence pressed(static_cast<QKeyEvent*>(event)->keyCombination());
+    for (QAction* action : actions()) {
+        if (action->isEnabled() && !action->shortcut().isEmpty() && action->shortcut() == pressed) {
+            action->trigger();
+            return true;
+        }
+    }
+    return false;
 }
 
 StatusMenu::~StatusMenu()

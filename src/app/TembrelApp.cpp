@@ -26,6 +26,7 @@
 #include "settings/UsageStatsManager.h"
 
 #include <QCoreApplication>
+#include <QQuickStyle>
 
 struct FixNeighbourAdapters
 {
@@ -43,6 +44,13 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     : QObject(parent)
     , m_platform(std::move(platform))
 {
+    // One look for every window: the controls' style is fixed before the first of them loads,
+    // so no window can pick another one by importing it first.
+    static const bool styleChosen = [] {
+        QQuickStyle::setStyle(QStringLiteral("Fusion"));
+        return true;
+    }();
+    Q_UNUSED(styleChosen);
     m_keyStore = std::make_unique<ApiKeyStore>();
     m_settings = std::make_unique<SettingsManager>(m_defaults, m_keyStore.get());
     m_modes = std::make_unique<ModeManager>(m_defaults);

@@ -69,18 +69,23 @@ QString diffCommandUsage()
 {
     return QStringLiteral(
         "usage: tembrel-cli diff [--json] ORIGINAL FIXED\n"
+        "       tembrel-cli diff [--json] --text ORIGINAL FIXED\n"
         "  Compares two texts word by word. ORIGINAL and FIXED are file paths, or - for standard input.\n"
+        "  --text  ORIGINAL and FIXED are the texts themselves\n"
         "  --json  print {\"changes\":[...],\"editCount\":N} instead of the marked-up fixed text\n");
 }
 
 int runDiffCommand(const QStringList &arguments)
 {
     bool json = false;
+    bool literal = false;
     bool optionsDone = false;
     QStringList paths;
     for (const QString &argument : arguments) {
         if (!optionsDone && argument == u"--json") {
             json = true;
+        } else if (!optionsDone && argument == u"--text") {
+            literal = true;
         } else if (!optionsDone && argument == u"--") {
             optionsDone = true;
         } else if (!optionsDone && (argument == u"--help" || argument == u"-h")) {
@@ -99,13 +104,13 @@ int runDiffCommand(const QStringList &arguments)
         std::fputs(qUtf8Printable(diffCommandUsage()), stderr);
         return 2;
     }
-    if (paths.at(0) == u"-" && paths.at(1) == u"-") {
+    if (!literal && paths.at(0) == u"-" && paths.at(1) == u"-") {
         complain(QStringLiteral("standard input can stand for only one of the two texts"));
         return 2;
     }
 
-    QString texts[2];
-    for (int k = 0; k < 2; ++k) {
+    QString texts[2] = {paths.at(0), paths.at(1)};
+    for (int k = 0; k < 2 && !literal; ++k) {
         const Input input = readInput(paths.at(k));
         if (input.error) {
             complain(describe(*input.error, paths.at(k), input.detail));

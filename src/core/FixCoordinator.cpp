@@ -8,7 +8,6 @@
 #include "platform/Workspace.h"
 
 #include <QElapsedTimer>
-#include <QUuid>
 #include <cmath>
 #include <exception>
 
@@ -23,11 +22,6 @@ public:
 private:
     QElapsedTimer m_timer;
 };
-
-QString freshId()
-{
-    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-}
 
 } // namespace
 
@@ -288,7 +282,6 @@ QCoro::Task<> FixCoordinator::process(Run run, CapturedContent content)
     std::optional<QString> historyId;
     if (m_neighbours.settings.isHistoryEnabled()) {
         HistoryRecord record;
-        record.id = freshId();
         record.timestamp = QDateTime::currentDateTime();
         record.originalText = result.originalText;
         record.fixedText = result.fixedText;
@@ -300,8 +293,7 @@ QCoro::Task<> FixCoordinator::process(Run run, CapturedContent content)
         record.fixedHTML = result.fixedHTML;
         record.sourceFormat = formatStoredWord(content.sourceFormat);
         record.modeName = modeName;
-        m_neighbours.history.addEntry(record);
-        historyId = record.id;
+        historyId = m_neighbours.history.addEntry(record);
     }
 
     const bool changed = result.fixedText != result.originalText;

@@ -87,7 +87,6 @@ public:
 /// One finished fix as the history keeps it.
 struct HistoryRecord
 {
-    QString id;
     QDateTime timestamp;
     QString originalText;
     QString fixedText;
@@ -106,8 +105,9 @@ class FixHistory
 {
 public:
     virtual ~FixHistory() = default;
-    /// Adds a record at the front of the history.
-    virtual void addEntry(const HistoryRecord& record) = 0;
+    /// Adds a record at the front of the history; answers the id the history gave it, or nothing
+    /// when it recorded nothing. That id is the one to update the edit count under.
+    virtual std::optional<QString> addEntry(const HistoryRecord& record) = 0;
     /// Sets the edit count of the record with this id, when there still is one.
     virtual void updateEditCount(const QString& id, qint64 editCount) = 0;
 };

@@ -46,7 +46,8 @@ h2 { font-size: 1.25em !important; }
 h3 { font-size: 1.1em !important; }
 h4, h5, h6 { font-size: 1em !important; }
 p { margin: 6px 0; }
-p:has(> hr) { margin: 0; padding: 0; line-height: 0; }
+/* A paragraph holding a rule; the page's script marks it (this engine has no :has()). */
+p.holds-rule { margin: 0; padding: 0; line-height: 0; }
 a { color: inherit; text-decoration: underline; text-decoration-color: rgba(0, 0, 0, 0.3); }
 blockquote { margin: 8px 0; padding-left: 12px; border-left: 3px solid rgba(0, 0, 0, 0.15); opacity: 0.85; }
 code, pre {
@@ -111,6 +112,9 @@ function postToHost(channel, value) {
     element.setAttribute('data-edit-idx', String(index));
     numbered.add(element);
     index += 1;
+  });
+  holder.querySelectorAll('p > hr').forEach(function (rule) {
+    rule.parentElement.classList.add('holds-rule');
   });
   document.getElementById('diff-content').innerHTML = holder.innerHTML;
   postToHost('editCountHandler', index);

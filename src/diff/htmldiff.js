@@ -14,8 +14,10 @@
     const tagNamePattern = /<[^\s>]+/;
     const whitespacePattern = /^(\s|&nbsp;)+$/;
     const wordCharPattern = /[\w#@]+/;
-    // Not global: a global expression would carry lastIndex from one test() to the next.
-    const specialOpeningTagPattern = /<((strong)|(b)|(i)|(em)|(big)|(small)|(u)|(sub)|(sup)|(strike)|(s))[>\s]+/i;
+    // Global on purpose, and shared by every diff: each test() continues from where the previous
+    // successful one ended (lastIndex), so a formatting tag right after another one, in the same
+    // diff or the next, can go unrecognised. The output of the established algorithm depends on it.
+    const specialOpeningTagPattern = /<((strong)|(b)|(i)|(em)|(big)|(small)|(u)|(sub)|(sup)|(strike)|(s))[>\s]+/gi;
     // "</sup>" is missing on purpose although "sup" opens a special tag; the output depends on it.
     const specialClosingTags = new Set(['</strong>', '</em>', '</b>', '</i>', '</big>', '</small>', '</u>',
         '</sub>', '</strike>', '</s>']);

@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 
 // A confirmation sheet over the window: title, message, "Cancel" and a destructive action.
 Popup {

@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import Tembrel
 
 // The right pane: the selected tembrel's header, the view-mode switch and its text, plain or as
@@ -13,6 +13,22 @@ Item {
 
     readonly property bool showsOriginal: history.viewMode === 0
     readonly property bool showsDiff: history.viewMode === 2
+
+    readonly property bool entryTextIsRich: history.isRich || showsDiff
+    readonly property string entryTextShown: {
+        if (showsDiff)
+            return wordDiff.attributed
+        if (history.isRich)
+            return showsOriginal ? history.originalHTML : history.fixedHTML
+        return showsOriginal ? history.originalText : history.fixedText
+    }
+    onEntryTextIsRichChanged: showEntryText()
+    onEntryTextShownChanged: showEntryText()
+
+    function showEntryText() {
+        entryText.textFormat = entryTextIsRich ? TextEdit.RichText : TextEdit.PlainText
+        entryText.text = entryTextShown
+    }
 
     Text {
         objectName: "selectPrompt"
@@ -143,6 +159,7 @@ Item {
             contentWidth: availableWidth
 
             TextEdit {
+                id: entryText
                 objectName: "entryText"
                 width: textScroll.availableWidth
                 padding: 14
@@ -153,14 +170,10 @@ Item {
                 selectionColor: detail.theme.selection
                 selectedTextColor: detail.theme.selectionText
                 font.pixelSize: detail.theme.bodySize + 1
-                textFormat: detail.history.isRich || detail.showsDiff ? TextEdit.RichText : TextEdit.PlainText
-                text: {
-                    if (detail.showsDiff)
-                        return wordDiff.attributed
-                    if (detail.history.isRich)
-                        return detail.showsOriginal ? detail.history.originalHTML : detail.history.fixedHTML
-                    return detail.showsOriginal ? detail.history.originalText : detail.history.fixedText
-                }
+                // Format and text are set together, format first: a rich document switched to
+                // plain would otherwise come up as its own HTML source, and plain text switched
+                // to rich would be read as markup.
+                Component.onCompleted: detail.showEntryText()
             }
         }
 

@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Controls
 import Tembrel
 
 // "Request Trace": the selected tembrel's trace as text with a copy button, or a note when the

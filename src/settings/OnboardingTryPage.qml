@@ -27,7 +27,7 @@ Item {
         }
         Label {
             objectName: "stepSelect"
-            text: "1. Select this text, then press " + onboarding.shortcutText + " (watch the top right of your screen)"
+            text: "1. Select this text, then press " + onboarding.shortcutText + " (watch the top of your screen)"
             font.pixelSize: theme.bodySize
             color: pal.windowText
             wrapMode: Text.WordWrap

@@ -181,13 +181,66 @@ Page {
                     value: settings.useCustomEndpoint
                     onToggledTo: function(checked) { settings.useCustomEndpoint = checked }
                 }
-                // The fields exist only while the switch is on; the stores keep their values.
-                Loader {
-                    objectName: "endpointFieldsLoader"
+                // The fields show only while the switch is on; the stores keep their values. They
+                // are part of the layout from the start (not loaded later), so the window's
+                // first layout already knows their height.
+                ColumnLayout {
+                    objectName: "endpointFields"
+                    visible: settings.useCustomEndpoint
                     Layout.fillWidth: true
-                    active: settings.useCustomEndpoint
-                    visible: active
-                    sourceComponent: endpointFields
+                    spacing: 4
+                    Label { text: "API URL"; color: pal.windowText }
+                    TextField {
+                        objectName: "apiUrlField"
+                        Layout.fillWidth: true
+                        text: settings.customAPIURL
+                        placeholderText: settingsWindow.exampleApiUrl
+                        onTextEdited: { settings.customAPIURL = text; connectionTest.reset() }
+                    }
+                    SettingsWindowHelp { text: "Base URL for your OpenAI-compatible API, e.g. " + settingsWindow.exampleApiUrl }
+
+                    Label { text: "API Key (optional)"; color: pal.windowText; Layout.topMargin: 6 }
+                    TextField {
+                        id: keyField
+                        objectName: "apiKeyField"
+                        Layout.fillWidth: true
+                        echoMode: TextInput.Password
+                        text: settingsWindow.apiKey
+                        placeholderText: "sk-..."
+                        onTextEdited: { settingsWindow.setApiKeyText(text); connectionTest.reset() }
+                        onEditingFinished: settingsWindow.commitApiKey()
+                    }
+                    SettingsWindowHelp { text: settingsWindow.apiKeyHelp }
+                    Label {
+                        objectName: "apiKeyError"
+                        visible: text.length > 0
+                        text: settingsWindow.apiKeyError
+                        color: "#d0312d"
+                        font.pointSize: 8
+                        Layout.fillWidth: true
+                        wrapMode: Text.WordWrap
+                    }
+
+                    Label { text: "Model (optional)"; color: pal.windowText; Layout.topMargin: 6 }
+                    TextField {
+                        objectName: "modelField"
+                        Layout.fillWidth: true
+                        text: settings.customModelID
+                        placeholderText: "gpt-4o"
+                        onTextEdited: { settings.customModelID = text; connectionTest.reset() }
+                    }
+                    SettingsWindowHelp { text: "Model ID to use for text processing." }
+
+                    ConnectionTestButton {
+                        Layout.topMargin: 6
+                        Layout.fillWidth: true
+                        testState: connectionTest
+                        canTest: settings.customAPIURL.trim().length > 0
+                        onTestRequested: {
+                            settingsWindow.commitApiKey()
+                            connectionTest.test(settings.customAPIURL, keyField.text, settings.customModelID)
+                        }
+                    }
                 }
                 SettingsWindowSwitchRow {
                     objectName: "betaUpdates"
@@ -196,65 +249,6 @@ Page {
                     help: "Get early access to new features. Beta versions may have bugs."
                     value: settings.receiveBetaUpdates
                     onToggledTo: function(checked) { settings.receiveBetaUpdates = checked }
-                }
-            }
-        }
-    }
-
-    Component {
-        id: endpointFields
-        ColumnLayout {
-            spacing: 4
-            Label { text: "API URL"; color: pal.windowText }
-            TextField {
-                objectName: "apiUrlField"
-                Layout.fillWidth: true
-                text: settings.customAPIURL
-                placeholderText: settingsWindow.exampleApiUrl
-                onTextEdited: { settings.customAPIURL = text; connectionTest.reset() }
-            }
-            SettingsWindowHelp { text: "Base URL for your OpenAI-compatible API, e.g. " + settingsWindow.exampleApiUrl }
-
-            Label { text: "API Key (optional)"; color: pal.windowText; Layout.topMargin: 6 }
-            TextField {
-                id: keyField
-                objectName: "apiKeyField"
-                Layout.fillWidth: true
-                echoMode: TextInput.Password
-                text: settingsWindow.apiKey
-                placeholderText: "sk-..."
-                onTextEdited: { settingsWindow.setApiKeyText(text); connectionTest.reset() }
-                onEditingFinished: settingsWindow.commitApiKey()
-            }
-            SettingsWindowHelp { text: settingsWindow.apiKeyHelp }
-            Label {
-                objectName: "apiKeyError"
-                visible: text.length > 0
-                text: settingsWindow.apiKeyError
-                color: "#d0312d"
-                font.pointSize: 8
-                Layout.fillWidth: true
-                wrapMode: Text.WordWrap
-            }
-
-            Label { text: "Model (optional)"; color: pal.windowText; Layout.topMargin: 6 }
-            TextField {
-                objectName: "modelField"
-                Layout.fillWidth: true
-                text: settings.customModelID
-                placeholderText: "gpt-4o"
-                onTextEdited: { settings.customModelID = text; connectionTest.reset() }
-            }
-            SettingsWindowHelp { text: "Model ID to use for text processing." }
-
-            ConnectionTestButton {
-                Layout.topMargin: 6
-                Layout.fillWidth: true
-                testState: connectionTest
-                canTest: settings.customAPIURL.trim().length > 0
-                onTestRequested: {
-                    settingsWindow.commitApiKey()
-                    connectionTest.test(settings.customAPIURL, keyField.text, settings.customModelID)
                 }
             }
         }

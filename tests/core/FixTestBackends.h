@@ -176,8 +176,14 @@ struct TestSettings final : FixSettings
 struct TestHistory final : FixHistory
 {
     QList<HistoryRecord> records;
+    QStringList ids; // the id handed back for each record, same order
     QList<QPair<QString, qint64>> updates;
-    void addEntry(const HistoryRecord& record) override { records.prepend(record); }
+    std::optional<QString> addEntry(const HistoryRecord& record) override
+    {
+        records.prepend(record);
+        ids.prepend(QUuid::createUuid().toString(QUuid::WithoutBraces));
+        return ids.first();
+    }
     void updateEditCount(const QString& id, qint64 count) override { updates.append({id, count}); }
 };
 

@@ -164,7 +164,7 @@ private Q_SLOTS:
         rig.cloud.answer = fixTypo;
         QVERIFY(rig.run());
         const EditCountCallback firstCompletion = rig.panel.shown.last().onEditCount;
-        const QString firstEntry = rig.history.records[0].id;
+        const QString firstEntry = rig.history.ids[0];
 
         Gate gate;
         rig.custom.gate = &gate;

@@ -90,13 +90,36 @@ private Q_SLOTS:
         QVERIFY(r.err.isEmpty());
     }
 
-    void standardInput()
+    // Where the two texts come from: files, standard input ("-"), or the arguments themselves.
+    void inputs_data()
     {
-        const QString fixed = write(QStringLiteral("f"), "one two three");
-        const Run first = run({QStringLiteral("diff"), QStringLiteral("-"), fixed}, "one three");
-        QCOMPARE(first.out, QByteArray("one {+two+} three\n1 edit\n"));
-        const Run second = run({QStringLiteral("diff"), QStringLiteral("--json"), fixed, QStringLiteral("-")}, "one two three");
-        QVERIFY(second.out.endsWith(",\"editCount\":0}\n"));
+        QTest::addColumn<QStringList>("arguments"); // "FILE" names a file holding "one two three"
+        QTest::addColumn<QByteArray>("input");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("original from standard input")
+            << QStringList{"-", "FILE"} << QByteArray("one three") << QByteArray("one {+two+} three\n1 edit\n");
+        QTest::newRow("fixed from standard input")
+            << QStringList{"FILE", "-"} << QByteArray("one two") << QByteArray("one two[-three-] \n1 edit\n");
+        QTest::newRow("two texts") << QStringList{"--text", "the cat sat", "the dog sat"} << QByteArray()
+                                   << QByteArray("the [-cat-] {+dog+} sat\n1 edit\n");
+        QTest::newRow("texts that look like file names")
+            << QStringList{"--text", "FILE", "-"} << QByteArray("ignored") << QByteArray("[-FILE-] {+-+}\n1 edit\n");
+    }
+
+    void inputs()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, input);
+        QFETCH(QByteArray, expected);
+        const bool literal = arguments.contains(QStringLiteral("--text"));
+        const QString file = write(QStringLiteral("f"), "one two three");
+        for (QString& argument : arguments)
+            if (!literal && argument == QStringLiteral("FILE"))
+                argument = file;
+        arguments.prepend(QStringLiteral("diff"));
+        const Run r = run(arguments, input);
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, expected);
     }
 
     void terminalColours()

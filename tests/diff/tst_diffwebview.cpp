@@ -1,4 +1,5 @@
 #include "diff/DiffPageScheme.h"
+#include "diff/HtmlDiffPage.h"
 #include "diff/HtmlDiffWarmup.h"
 #include "support/EventLoopWait.h"
 #include "support/ProcessTree.h"
@@ -11,6 +12,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QQmlComponent>
+#include <QRegularExpression>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -221,6 +223,25 @@ private Q_SLOTS:
         LOOP_TRY_COMPARE(probe(colours).toString(), expected);
         QCOMPARE(probe(QStringLiteral("window.marker")).toInt(), 5);
         QCOMPARE(m_diff->property("pageLoads").toInt(), 1);
+    }
+
+    // The engine keeps every rule of the page's style sheet: one it cannot parse (a selector newer
+    // than the engine) is dropped whole, silently, and its layout with it.
+    void everyStyleRuleIsKept()
+    {
+        QString css = HtmlDiffPage::styleSheet();
+        static const QRegularExpression comments(QStringLiteral("/\\*.*?\\*/"),
+                                                 QRegularExpression::DotMatchesEverythingOption);
+        css.remove(comments);
+        int rules = 0;
+        int depth = 0;
+        for (const QChar c : std::as_const(css)) {
+            depth += c == u'{' ? 1 : c == u'}' ? -1 : 0;
+            rules += c == u'}' && depth == 0 ? 1 : 0;
+        }
+        QVERIFY(rules > 30);
+        QVERIFY(shown(QStringLiteral("<p>a</p><hr><p>b</p>"), QStringLiteral("<p>a</p><hr><p>c</p>")));
+        QCOMPARE(probe(QStringLiteral("document.styleSheets[0].cssRules.length")).toInt(), rules);
     }
 
     void currentFollowsTheIndexWithoutReloading()

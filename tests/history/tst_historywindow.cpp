@@ -331,11 +331,49 @@ private Q_SLOTS:
         click(view(), rowItem(view(), 2));
         QCOMPARE(model()->headerParts().size(), 1);
         QCOMPARE(model()->viewMode(), HistoryWindowModel::diffMode);
-        click(view(), item(view(), "viewMode_Original"));
-        QCOMPARE(model()->viewMode(), 0);
-        QCOMPARE(text(item(view(), "entryText")), entries.at(2).originalText);
-        click(view(), item(view(), "viewMode_Tembreled"));
-        QCOMPARE(text(item(view(), "entryText")), entries.at(2).fixedText);
+    }
+
+    // Each switch between the three views in either direction, and between a rich and a plain
+    // entry in each view, shows that view's text: never the markup of what was shown before.
+    void everySwitchShowsItsViewsText()
+    {
+        QList<FixHistoryEntry> entries = threeEntries();
+        entries[0].originalHTML = QStringLiteral("<p>teh <b>cat</b> sat</p>");
+        entries[0].fixedHTML = QStringLiteral("<p>the <b>cat</b> sat</p>");
+        entries[0].sourceFormat = QStringLiteral("html");
+        open(entries);
+        QQuickItem* entryText = item(view(), "entryText");
+        QVERIFY(entryText);
+        const auto shown = [entryText] {
+            QString plain;
+            QMetaObject::invokeMethod(entryText, "getText", Q_RETURN_ARG(QString, plain), Q_ARG(int, 0),
+                                      Q_ARG(int, entryText->property("length").toInt()));
+            return plain;
+        };
+        int row = 1;
+        // Every ordered pair of views follows once in this walk, and each view sees both changes of entry.
+        for (const char* step : {"plain", "Diff", "Tembreled", "Original", "Diff", "Original", "Tembreled", "Diff",
+                                 "rich", "plain", "Tembreled", "rich", "plain", "Original", "rich", "plain"}) {
+            const QString name = QString::fromLatin1(step);
+            if (name == QStringLiteral("rich") || name == QStringLiteral("plain")) {
+                row = name == QStringLiteral("rich") ? 0 : 1;
+                click(view(), rowItem(view(), row));
+            } else {
+                click(view(), item(view(), qPrintable(QStringLiteral("viewMode_") + name)));
+            }
+            const FixHistoryEntry& entry = entries.at(row);
+            const QString mode = model()->viewModeLabels().at(model()->viewMode());
+            const QString where = mode + u" of " + entry.originalText + u": ";
+            if (mode == QStringLiteral("Diff") && row == 0)
+                continue; // the web page shows it
+            if (mode == QStringLiteral("Diff")) {
+                QTRY_VERIFY2(shown().contains(entry.originalText.left(5)) && shown().contains(entry.fixedText.right(7)),
+                             qPrintable(where + shown()));
+            } else {
+                const QString expected = mode == QStringLiteral("Original") ? entry.originalText : entry.fixedText;
+                QVERIFY2(shown() == expected, qPrintable(where + shown()));
+            }
+        }
     }
 
     // The header's date: the locale's long date, without the weekday that would crowd it out.
