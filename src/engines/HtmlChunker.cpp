@@ -1,5 +1,6 @@
 #include "engines/HtmlChunker.h"
 
+#include <QHash>
 #include <QSet>
 
 namespace {
@@ -269,10 +270,19 @@ public:
     }
 
 private:
+    // A block element, or an inline one wrapped around blocks (Google Docs wraps its whole clip in
+    // a <b>): either can be cut around, and into.
     bool isBlockNode(int index) const
     {
+        const auto known = m_blockNodes.constFind(index);
+        if (known != m_blockNodes.cend())
+            return *known;
         const Node& node = m_tree.node(index);
-        return node.kind == Node::Kind::element && isBlock(node.tag);
+        bool block = node.kind == Node::Kind::element && isBlock(node.tag);
+        for (qsizetype i = 0; !block && i < node.children.size(); ++i)
+            block = isBlockNode(node.children.at(i));
+        m_blockNodes.insert(index, block);
+        return block;
     }
 
     // Cuts inside the text of a run of inline nodes: after a sentence's end, else after a word; a
@@ -328,6 +338,7 @@ private:
     }
 
     const Tree& m_tree;
+    mutable QHash<int, bool> m_blockNodes;
 };
 
 QString trailingSpace(const QString& text)
