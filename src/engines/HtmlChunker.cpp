@@ -254,8 +254,16 @@ public:
         const QString opening = m_tree.html().mid(node.start, node.openEnd - node.start);
         const QString closing = m_tree.html().mid(node.closeStart, node.end - node.closeStart);
         QList<Piece> pieces;
+        const qsizetype inner = budget - opening.size() - closing.size();
         if (node.closeStart > node.openEnd)
-            pieces = children(index, node.openEnd, node.closeStart, budget - opening.size() - closing.size());
+            pieces = children(index, node.openEnd, node.closeStart, inner);
+        // All the text inside one element (Google Docs' <p><span>…</span></p>): cut inside that.
+        if (pieces.size() <= 1 && node.children.size() == 1
+            && m_tree.node(node.children.first()).kind == Node::Kind::element) {
+            pieces = element(node.children.first(), inner);
+            pieces.first().start = node.openEnd;
+            pieces.last().end = node.closeStart;
+        }
         if (pieces.size() <= 1)
             return {Piece {node.start, node.end, {}, {}}};
         pieces.first().start = node.start;

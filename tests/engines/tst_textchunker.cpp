@@ -145,7 +145,9 @@ private Q_SLOTS:
         for (int i = 0; i < 40; ++i)
             sentences += QStringLiteral("Sentence %1 is here &amp; there. ").arg(i);
         const QString longParagraph = "<h2>Title</h2><p class=\"x\">" + sentences + "<b>end</b></p><p>After.</p>";
+        const QString spanned = "<p dir=\"ltr\"><span style=\"a:b\">" + sentences + "</span></p>";
         for (const char* answers : {"echo", "trimmed", "without repeated tags"}) {
+            QTest::addRow("a paragraph's text all in one span, %s", answers) << spanned << 300 << QString(answers);
             QTest::addRow("blocks inside one inline wrapper, %s", answers) << docs << 400 << QString(answers);
             QTest::addRow("one paragraph longer than a chunk, %s", answers) << longParagraph << 300 << QString(answers);
         }
