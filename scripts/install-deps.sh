@@ -19,6 +19,8 @@ build_packages=(
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
   chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc trayer
+  # AbiWord opens the RTF Tembrel writes, to check that its lists and tables survive.
+  abiword
 )
 
 wanted=("${build_packages[@]}")

@@ -16,10 +16,12 @@ struct ClipboardContent
     SourceFormat sourceFormat = SourceFormat::plainText;
     bool isFromGoogleDocs = false;
 
-    /// The captured selection as the fix pipeline carries it (the RTF bytes stay behind).
+    /// The captured selection as the fix pipeline carries it: the RTF bytes stay behind, and so does
+    /// the HTML rendering of a plain-text selection, which is fixed as the plain text it is.
     [[nodiscard]] CapturedContent toCaptured() const
     {
-        return {plainText, html, sourceFormat, isFromGoogleDocs};
+        const bool rich = sourceFormat != SourceFormat::plainText;
+        return {plainText, rich ? html : std::nullopt, sourceFormat, isFromGoogleDocs};
     }
     operator CapturedContent() const { return toCaptured(); }
 

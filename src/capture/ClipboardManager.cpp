@@ -130,8 +130,10 @@ std::optional<QMap<QString, QString>> ClipboardManager::readChromiumCustomData()
 QMimeData* ClipboardManager::fixedContentData(const QString& fixedText, const CapturedContent& captured)
 {
     auto* data = new QMimeData;
-    data->setText(htmlToPlainText(fixedText));
-    if (captured.sourceFormat != SourceFormat::plainText) {
+    // The answer to a plain selection is plain text already, and pastes back exactly as it came.
+    const bool rich = captured.sourceFormat != SourceFormat::plainText;
+    data->setText(rich ? htmlToPlainText(fixedText) : fixedText);
+    if (rich) {
         const QString html = captured.isFromGoogleDocs ? HtmlText::stripGoogleDocsIds(fixedText) : fixedText;
         data->setHtml(html);
         if (const std::optional<QByteArray> rtf = htmlToRTF(html))

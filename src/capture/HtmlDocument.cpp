@@ -6,6 +6,8 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextList>
+#include <QTextTable>
+#include <variant>
 
 namespace {
 
@@ -56,6 +58,150 @@ TextParagraph paragraphOf(const QTextBlock& block)
     }
     return paragraph;
 }
+
+// The frame's children in order; Qt's empty blocks before and after a table are left out.
+QList<std::variant<QTextBlock, QTextFrame*>> frameChildren(const QTextFrame* frame)
+{
+    QList<std::variant<QTextBlock, QTextFrame*>> children;
+    for (auto it = frame->begin(); !it.atEnd(); ++it) {
+        if (QTextFrame* child = it.currentFrame())
+            children.append(child);
+        else if (it.currentBlock().isValid())
+            children.append(it.currentBlock());
+    }
+    QList<std::variant<QTextBlock, QTextFrame*>> kept;
+    for (qsizetype i = 0; i < children.size(); ++i) {
+        const bool nextToFrame = (i > 0 && std::holds_alternative<QTextFrame*>(children[i - 1]))
+            || (i + 1 < children.size() && std::holds_alternative<QTextFrame*>(children[i + 1]));
+        if (nextToFrame && std::holds_alternative<QTextBlock>(children[i])
+            && std::get<QTextBlock>(children[i]).text().isEmpty())
+            continue;
+        kept.append(children[i]);
+    }
+    return kept;
+}
+
+void appendFrame(RichText& text, const QTextFrame* frame)
+{
+    for (const auto& child : frameChildren(frame)) {
+        if (const auto* block = std::get_if<QTextBlock>(&child)) {
+            text.paragraphs.append(paragraphOf(*block));
+            continue;
+        }
+        const auto* table = qobject_cast<const QTextTable*>(std::get<QTextFrame*>(child));
+        if (!table) {
+            appendFrame(text, std::get<QTextFrame*>(child));
+            continue;
+        }
+        int tableIndex = 0;
+        for (const TextParagraph& paragraph : std::as_const(text.paragraphs))
+            tableIndex = qMax(tableIndex, paragraph.table + 1);
+        for (int row = 0; row < table->rows(); ++row) {
+            for (int column = 0; column < table->columns(); ++column) {
+                const QTextTableCell cell = table->cellAt(row, column);
+                if (cell.row() != row || cell.column() != column)
+                    continue;
+                for (auto it = cell.begin(); !it.atEnd(); ++it) {
+                    if (!it.currentBlock().isValid())
+                        continue;
+                    TextParagraph paragraph = paragraphOf(it.currentBlock());
+                    paragraph.table = tableIndex;
+                    paragraph.tableRow = row;
+                    paragraph.tableColumn = column;
+                    text.paragraphs.append(paragraph);
+                }
+            }
+        }
+    }
+}
+
+// The plain text of a laid-out document as a browser copies it: no-break spaces as spaces, table
+// cells apart by tabs and rows by line breaks, every block on its own line and a paragraph with a
+// bottom margin followed by a blank line. QTextDocument's own text marks frames with
+// noncharacters and puts each table cell on a line of its own.
+class PlainTextWriter
+{
+public:
+    QString write(const QTextDocument& document)
+    {
+        frame(document.rootFrame());
+        return m_text;
+    }
+
+private:
+    static QString blockText(const QTextBlock& block)
+    {
+        QString text = block.text();
+        text.replace(QChar::LineSeparator, QLatin1Char('\n'));
+        text.replace(QChar::Nbsp, QLatin1Char(' '));
+        text.remove(QChar::ObjectReplacementCharacter);
+        return text;
+    }
+
+    // Chromium leaves a blank line only after a paragraph whose bottom margin is at least half a
+    // line; Qt gives <p> such a margin and headings, list items and divs none or a heading level.
+    static bool endsWithBlankLine(const QTextBlock& block)
+    {
+        const QTextBlockFormat format = block.blockFormat();
+        return !block.textList() && format.headingLevel() == 0 && format.bottomMargin() >= 8;
+    }
+
+    void item(const QString& text, const QString& separatorAfter)
+    {
+        if (m_started)
+            m_text += m_separator;
+        m_text += text;
+        m_started = true;
+        m_separator = separatorAfter;
+    }
+
+    static QString cellText(const QTextTableCell& cell)
+    {
+        QStringList lines;
+        for (auto it = cell.begin(); !it.atEnd(); ++it) {
+            if (it.currentBlock().isValid())
+                lines.append(blockText(it.currentBlock()));
+        }
+        return lines.join(QLatin1Char(' ')).trimmed();
+    }
+
+    void table(const QTextTable* table)
+    {
+        QStringList rows;
+        for (int row = 0; row < table->rows(); ++row) {
+            QStringList cells;
+            for (int column = 0; column < table->columns(); ++column) {
+                const QTextTableCell cell = table->cellAt(row, column);
+                // A spanned cell is written once, where it starts.
+                if (cell.row() == row && cell.column() == column)
+                    cells.append(cellText(cell));
+            }
+            rows.append(cells.join(QLatin1Char('\t')));
+        }
+        item(rows.join(QLatin1Char('\n')), QStringLiteral("\n"));
+    }
+
+    void frame(const QTextFrame* frame)
+    {
+        const auto children = frameChildren(frame);
+        for (const auto& child : children) {
+            if (auto* const* childFrame = std::get_if<QTextFrame*>(&child)) {
+                if (auto* asTable = qobject_cast<QTextTable*>(*childFrame))
+                    table(asTable);
+                else
+                    this->frame(*childFrame);
+                continue;
+            }
+            const QTextBlock block = std::get<QTextBlock>(child);
+            const QString text = blockText(block);
+            item(text, endsWithBlankLine(block) ? QStringLiteral("\n\n") : QStringLiteral("\n"));
+        }
+    }
+
+    QString m_text;
+    QString m_separator;
+    bool m_started = false;
+};
 
 QString escapedParagraph(const QString& text)
 {
@@ -196,7 +342,7 @@ QString HtmlDocument::toPlainText(const QString& html)
         return HtmlText::stripTags(html);
     QTextDocument document;
     document.setHtml(boundedNesting(html));
-    return HtmlText::normaliseNewlines(document.toRawText());
+    return HtmlText::normaliseNewlines(PlainTextWriter().write(document));
 }
 
 RichText HtmlDocument::toRichText(const QString& html)
@@ -210,8 +356,7 @@ RichText HtmlDocument::toRichText(const QString& html)
     }
     QTextDocument document;
     document.setHtml(boundedNesting(html));
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
-        text.paragraphs.append(paragraphOf(block));
+    appendFrame(text, document.rootFrame());
     return text;
 }
 

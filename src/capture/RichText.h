@@ -17,7 +17,8 @@ struct TextRun
     bool operator==(const TextRun&) const = default;
 };
 
-/// One paragraph: its runs and, for a list item, the kind of list and nesting level.
+/// One paragraph: its runs; for a list item, the kind of list and nesting level; for the text of a
+/// table cell, which table (counted from 0 in the text), row and column.
 struct TextParagraph
 {
     enum class List { none, bullet, ordered };
@@ -25,6 +26,9 @@ struct TextParagraph
     QList<TextRun> runs;
     List list = List::none;
     int listLevel = 0;
+    int table = -1;
+    int tableRow = 0;
+    int tableColumn = 0;
 
     /// Appends text, merging it into the last run when the attributes match.
     void append(const TextRun& run);

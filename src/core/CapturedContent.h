@@ -5,9 +5,9 @@
 #include <optional>
 
 /// What the fix pipeline needs of a captured selection: its plain text, the HTML when the
-/// selection was rich (plain text arrives wrapped as an escaped paragraph, so most captures carry
-/// HTML), the format it was read in and whether it came from Google Docs. The clipboard layer's
-/// richer content converts to and from this value.
+/// selection was rich (a plain-text selection carries none: it is sent, answered and written back
+/// as plain text), the format it was read in and whether it came from Google Docs. The clipboard
+/// layer's richer content converts to this value.
 struct CapturedContent
 {
     QString plainText;

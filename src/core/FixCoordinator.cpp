@@ -244,7 +244,10 @@ QCoro::Task<> FixCoordinator::process(Run run, CapturedContent content)
         co_return;
     }
 
-    const QString sentText = content.html ? m_neighbours.clipboard.cleanHtmlForFix(*content.html) : content.plainText;
+    // Plain text goes out as it was selected, every space and line break with it; only a rich
+    // selection is sent, answered and written back as HTML.
+    const bool rich = content.html && content.sourceFormat != SourceFormat::plainText;
+    const QString sentText = rich ? m_neighbours.clipboard.cleanHtmlForFix(*content.html) : content.plainText;
     const QString prompt = m_currentModePrompt.value_or(QString());
     const std::optional<QString> modeName = m_currentModeName;
     const FixOutcome outcome = co_await engine.fix(sentText, prompt, run.trace, run.cancel);
@@ -270,9 +273,9 @@ QCoro::Task<> FixCoordinator::process(Run run, CapturedContent content)
     FixResult result;
     result.originalText = content.plainText;
     // Only an answer to HTML needs converting; converting plain text would fold its line breaks.
-    result.fixedText = content.html ? m_neighbours.clipboard.htmlToPlainText(answer.fixedText) : answer.fixedText;
+    result.fixedText = rich ? m_neighbours.clipboard.htmlToPlainText(answer.fixedText) : answer.fixedText;
     result.editCount = answer.editCount;
-    if (content.html) {
+    if (rich) {
         result.originalHTML = sentText;
         result.fixedHTML = answer.fixedText;
     }

@@ -4,6 +4,7 @@
 #include "core/TextFormat.h"
 #include "diff/DiffUtils.h"
 #include "engines/ChatCompletion.h"
+#include "engines/HtmlChunker.h"
 #include "engines/HttpExchange.h"
 #include "engines/TextChunker.h"
 
@@ -78,10 +79,27 @@ QCoro::Task<FixOutcome> CustomOpenAIEngine::fix(QString text, QString systemProm
     if (length <= TextChunker::chunkSize) {
         answer = co_await send(request, text, QString(), cancel);
     } else {
-        const QStringList chunks = TextChunker::split(text);
+        // HTML is cut between its blocks and put together again exactly; plain text at paragraphs,
+        // lines, sentences or words, its answers a blank line apart.
+        const bool html = HtmlChunker::isHtml(text);
+        const QList<HtmlChunker::Chunk> htmlChunks = html ? HtmlChunker::split(text, TextChunker::chunkSize)
+                                                          : QList<HtmlChunker::Chunk>();
+        QStringList chunks;
+        if (html) {
+            for (const HtmlChunker::Chunk& chunk : htmlChunks)
+                chunks.append(chunk.text);
+        } else {
+            chunks = TextChunker::split(text);
+        }
         record(trace, QStringLiteral("chunking_started"),
                QString::number(chunks.size()) + (chunks.size() == 1 ? QStringLiteral(" chunk") : QStringLiteral(" chunks")));
-        answer = co_await sendChunks(request, chunks, cancel);
+        const Outcome<QStringList> answers = co_await sendChunks(request, chunks, cancel);
+        if (!answers)
+            answer = answers.error();
+        else if (html)
+            answer = HtmlChunker::join(htmlChunks, answers.value());
+        else
+            answer = answers.value().join(QStringLiteral("\n\n"));
     }
     if (!answer)
         co_return answer.error();
@@ -89,7 +107,7 @@ QCoro::Task<FixOutcome> CustomOpenAIEngine::fix(QString text, QString systemProm
     co_return FixResult{text, answer.value(), edits, {}, {}, {}};
 }
 
-QCoro::Task<Outcome<QString>> CustomOpenAIEngine::sendChunks(Request request, QStringList chunks,
+QCoro::Task<Outcome<QStringList>> CustomOpenAIEngine::sendChunks(Request request, QStringList chunks,
                                                              CancellationToken cancel)
 {
     // The chunks share one token so that the first failure can stop the others; a cancelled run
@@ -133,7 +151,7 @@ QCoro::Task<Outcome<QString>> CustomOpenAIEngine::sendChunks(Request request, QS
         co_return *firstFailure;
     if (anyFailure)
         co_return *anyFailure;
-    co_return answers.join(QStringLiteral("\n\n"));
+    co_return answers;
 }
 
 QCoro::Task<Outcome<QString>> CustomOpenAIEngine::send(Request request, QString text, QString label,

@@ -41,7 +41,7 @@ private:
     };
 
     QCoro::Task<Outcome<QString>> send(Request request, QString text, QString label, CancellationToken cancel);
-    QCoro::Task<Outcome<QString>> sendChunks(Request request, QStringList chunks, CancellationToken cancel);
+    QCoro::Task<Outcome<QStringList>> sendChunks(Request request, QStringList chunks, CancellationToken cancel);
 
     CustomEndpointConfigProvider m_config;
     ApiKeyProvider m_apiKey;

@@ -3,6 +3,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   engines/TextFixEngine.h
   engines/HttpExchange.h engines/HttpExchange.cpp
   engines/TextChunker.h engines/TextChunker.cpp
+  engines/HtmlChunker.h engines/HtmlChunker.cpp
   engines/ChatCompletion.h engines/ChatCompletion.cpp
   engines/CloudEngine.h engines/CloudEngine.cpp
   engines/CustomEndpointConfig.h

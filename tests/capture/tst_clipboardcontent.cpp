@@ -64,7 +64,7 @@ private Q_SLOTS:
         const Offer rtfAndPlain{{ClipboardTypes::rtf, "{\\rtf1 rtf}"}, {"text/plain", "plain"}};
         QTest::newRow("html over rtf: chromium utf-8 with meta")
             << Offer{{"text/html", "<meta charset='utf-8'><p>caf\xC3\xA9</p><p>two</p>"}} + rtfAndPlain
-            << "<meta charset='utf-8'><p>café</p><p>two</p>" << "café\ntwo" << html << false << QByteArray();
+            << "<meta charset='utf-8'><p>café</p><p>two</p>" << "café\n\ntwo" << html << false << QByteArray();
         QTest::newRow("html over rtf: utf-16 with mark")
             << Offer{{"text/html", QByteArray::fromHex("fffe3c0062003e00e9003c002f0062003e00")}} + rtfAndPlain
             << "<b>é</b>" << "é" << html << false << QByteArray();
@@ -102,8 +102,10 @@ private Q_SLOTS:
         QCOMPARE(int(content->sourceFormat), format);
         QCOMPARE(content->isFromGoogleDocs, googleDocs);
         QCOMPARE(content->originalRTF.value_or(QByteArray()), keptRtf);
-        // What goes on to the fix keeps every field but the RTF bytes.
-        QCOMPARE(CapturedContent(*content), (CapturedContent{text, html, SourceFormat(format), googleDocs}));
+        // What goes on to the fix keeps every field but the RTF bytes, and a plain selection's HTML.
+        const bool plain = SourceFormat(format) == SourceFormat::plainText;
+        QCOMPARE(CapturedContent(*content), (CapturedContent{text, plain ? std::nullopt : std::optional<QString>(html),
+                                                             SourceFormat(format), googleDocs}));
     }
 
     // A blank richest format means the selection was blank: the poorer ones are not read instead.
@@ -130,7 +132,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("html");
         QTest::addColumn<QString>("text");
-        QTest::newRow("paragraphs") << "<p>a</p><p>b</p>" << "a\nb";
+        // As a browser copies them: a paragraph is followed by a blank line, other blocks by a line
+        // break, table cells by tabs; never a noncharacter.
+        QTest::newRow("paragraphs") << "<p>a</p><p>b</p>" << "a\n\nb";
+        QTest::newRow("headings, lists, divs") << "<h2>T</h2><ul><li>a</li><li>b</li></ul><div>c</div>" << "T\na\nb\nc";
+        QTest::newRow("table") << "<table><tr><td>a</td><td>b&nbsp;c</td></tr><tr><td>d</td><td>e</td></tr></table>"
+                               << "a\tb c\nd\te";
         QTest::newRow("br") << "<p>a<br>b</p>" << "a\nb";
         QTest::newRow("trimmed") << "<p>  </p><p> x </p><p></p>" << "x";
         QTest::newRow("entities") << "<p>&lt;&amp;&gt;</p>" << "<&>";
@@ -205,8 +212,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("html");
         const QStringList rich{ClipboardTypes::html, "text/plain", ClipboardTypes::rtf};
-        QTest::newRow("plain source: text only") << int(SourceFormat::plainText) << false << "<p>Fixed &amp; done</p>"
-                                                 << QStringList{"text/plain"} << "Fixed & done" << "";
+        // The answer to a plain selection is plain text, written exactly as it came.
+        QTest::newRow("plain source: text only") << int(SourceFormat::plainText) << false << "  Fixed &amp;\tdone <p>\n"
+                                                 << QStringList{"text/plain"} << "  Fixed &amp;\tdone <p>\n" << "";
         QTest::newRow("html source") << int(SourceFormat::html) << false << "<p>Fixed <b>now</b></p>" << rich << "Fixed now"
                                      << "<p>Fixed <b>now</b></p>";
         QTest::newRow("rtf source") << int(SourceFormat::rtf) << false << "<p>Fixed <b>now</b></p>" << rich << "Fixed now"

@@ -239,7 +239,7 @@ struct CoordinatorRig
 
 inline CapturedContent plainContent(const QString& text)
 {
-    return CapturedContent{text, "<p>" + text.toHtmlEscaped() + "</p>", SourceFormat::plainText, false};
+    return CapturedContent{text, std::nullopt, SourceFormat::plainText, false};
 }
 
 /// 1,234 characters of rich text with one typo and an inline style the cleaning removes.

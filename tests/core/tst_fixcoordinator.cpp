@@ -135,9 +135,10 @@ private Q_SLOTS:
             << CapturedContent{"teh line\nsecond <b> line", std::nullopt, SourceFormat::plainText, false}
             << "teh line\nsecond <b> line" << "clipboard_read: 24 chars (plain)" << lines << lines
             << "clipboard_written" << "plainText";
-        QTest::newRow("plain text wrapped as HTML") << plainContent("teh cat") << "<p>teh cat</p>"
-                                                    << "clipboard_read: 7 chars (plain)" << "<p>the cat</p>"
-                                                    << "the cat" << "clipboard_written" << "plainText";
+        // An HTML rendering of a plain selection is never what is sent: the user wrote plain text.
+        QTest::newRow("plain text with an HTML rendering")
+            << CapturedContent{"teh  cat", "<p>teh  cat</p>", SourceFormat::plainText, false} << "teh  cat"
+            << "clipboard_read: 8 chars (plain)" << "the  cat" << "the  cat" << "clipboard_written" << "plainText";
         const QString fixedRich = QString(1230, u'a') + " the";
         // Rich text goes cleaned of its styles; the panel and the history get the answer's plain text.
         QTest::newRow("HTML") << richContent() << "<p>" + richContent().plainText + "</p>"
@@ -163,7 +164,8 @@ private Q_SLOTS:
         rig.cloud.answer = fixTypo;
         QVERIFY(rig.run());
 
-        QCOMPARE(rig.clipboard.cleaned, content.html ? QStringList{*content.html} : QStringList{});
+        const bool rich = content.html && content.sourceFormat != SourceFormat::plainText;
+        QCOMPARE(rig.clipboard.cleaned, rich ? QStringList{*content.html} : QStringList{});
         QCOMPARE(rig.cloud.calls[0].text, sent);
         QCOMPARE(rig.traceLines().value(1), readLine);
         QCOMPARE(rig.traceLines().value(5), writtenLine);
@@ -174,8 +176,8 @@ private Q_SLOTS:
         QCOMPARE(result.originalText, content.plainText);
         QCOMPARE(result.fixedText, fixedText);
         QCOMPARE(result.editCount, std::optional<qint64>(1));
-        QCOMPARE(result.originalHTML, content.html ? std::optional<QString>(sent) : std::nullopt);
-        QCOMPARE(result.fixedHTML, content.html ? std::optional<QString>(written) : std::nullopt);
+        QCOMPARE(result.originalHTML, rich ? std::optional<QString>(sent) : std::nullopt);
+        QCOMPARE(result.fixedHTML, rich ? std::optional<QString>(written) : std::nullopt);
         QCOMPARE(result.sourceFormat, std::optional<SourceFormat>(content.sourceFormat));
         QCOMPARE(rig.history.records[0].sourceFormat, storedFormat);
     }

@@ -1,4 +1,5 @@
 #include "core/TextFormat.h"
+#include "engines/HtmlChunker.h"
 #include "engines/TextChunker.h"
 
 #include <QTest>
@@ -126,6 +127,53 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(qsizetype, count);
         QCOMPARE(TextFormat::characterCount(text), count);
+    }
+
+    // HTML is cut where no markup is: each chunk balanced, the join exactly the original, even when
+    // the service drops the white space around its answer or the tags a chunk repeats.
+    void htmlChunksAreWholeAndJoinExactly_data()
+    {
+        QTest::addColumn<QString>("html");
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<QString>("answers"); // "echo", "trimmed" or "without repeated tags"
+        QString paragraphs;
+        for (int i = 0; i < 12; ++i)
+            paragraphs += QStringLiteral("<p dir=\"ltr\"><span style=\"a:b\">Line %1 says a &amp; b. Then more. </span></p>").arg(i);
+        const QString docs = "<meta charset=\"utf-8\"><b style=\"font-weight:normal;\" id=\"docs-internal-guid-1\">"
+            + paragraphs + "</b><br>";
+        QString sentences;
+        for (int i = 0; i < 40; ++i)
+            sentences += QStringLiteral("Sentence %1 is here &amp; there. ").arg(i);
+        const QString longParagraph = "<h2>Title</h2><p class=\"x\">" + sentences + "<b>end</b></p><p>After.</p>";
+        const QString spanned = "<p dir=\"ltr\"><span style=\"a:b\">" + sentences + "</span></p>";
+        for (const char* answers : {"echo", "trimmed", "without repeated tags"}) {
+            QTest::addRow("a paragraph's text all in one span, %s", answers) << spanned << 300 << QString(answers);
+            QTest::addRow("blocks inside one inline wrapper, %s", answers) << docs << 400 << QString(answers);
+            QTest::addRow("one paragraph longer than a chunk, %s", answers) << longParagraph << 300 << QString(answers);
+        }
+    }
+
+    void htmlChunksAreWholeAndJoinExactly()
+    {
+        QFETCH(QString, html);
+        QFETCH(int, limit);
+        QFETCH(QString, answers);
+        QVERIFY(HtmlChunker::isHtml(html));
+        const QList<HtmlChunker::Chunk> chunks = HtmlChunker::split(html, limit);
+        QVERIFY(chunks.size() > 2);
+        QString withoutRepeats;
+        QStringList replies;
+        for (const HtmlChunker::Chunk& chunk : chunks) {
+            QVERIFY2(chunk.text.size() <= limit, qPrintable(chunk.text));
+            QVERIFY2(chunk.text.startsWith(u'<') || chunk.text.front().isLetter(), qPrintable(chunk.text));
+            QCOMPARE(chunk.text.count(u'<'), chunk.text.count(u'>'));
+            QVERIFY(!chunk.text.endsWith(QStringLiteral("&amp")));
+            const QString bare = chunk.text.mid(chunk.opening.size(), chunk.text.size() - chunk.opening.size() - chunk.closing.size());
+            withoutRepeats += bare;
+            replies << (answers == u"echo" ? chunk.text : answers == u"trimmed" ? chunk.text.trimmed() : bare);
+        }
+        QCOMPARE(withoutRepeats, html);
+        QCOMPARE(HtmlChunker::join(chunks, replies), html);
     }
 };
 
