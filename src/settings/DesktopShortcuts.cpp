@@ -3,13 +3,15 @@
 #include "core/Logging.h"
 #include "modes/QtKeyTranslation.h"
 
-#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QKeySequence>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QXmlStreamReader>
+
+#include <functional>
 
 namespace {
 
@@ -104,18 +106,51 @@ std::optional<QString> runGSettings(const QString& program, const QStringList& a
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
-// "schema key value" lines, as `gsettings list-recursively` prints them.
-QList<std::pair<QString, QString>> keyValues(const QString& listing)
+using KeyValues = QList<std::pair<QString, QString>>;
+
+// The "schema key value" lines of `schema` in what `gsettings list-recursively` prints (it adds
+// the schema's children, which are listed on their own).
+KeyValues keyValues(const QString& listing, const QString& schema)
 {
-    QList<std::pair<QString, QString>> pairs;
+    KeyValues pairs;
     for (const QString& line : listing.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         const qsizetype afterSchema = line.indexOf(QLatin1Char(' '));
         const qsizetype afterKey = line.indexOf(QLatin1Char(' '), afterSchema + 1);
-        if (afterSchema < 0 || afterKey < 0)
+        if (afterSchema < 0 || afterKey < 0 || QStringView(line).left(afterSchema) != schema)
             continue;
         pairs.append({line.mid(afterSchema + 1, afterKey - afterSchema - 1), line.mid(afterKey + 1)});
     }
     return pairs;
+}
+
+// GSettings' keyfile backend, used where there is no dconf: one group per settings path
+// ("org/gnome/desktop/wm/keybindings"), values printed as GVariant text. It holds only what the
+// user changed.
+QHash<QString, KeyValues> readKeyfile(const QString& path)
+{
+    QHash<QString, KeyValues> groups;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return groups;
+    KeyValues* group = nullptr;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (line.startsWith(QLatin1Char('[')) && line.endsWith(QLatin1Char(']'))) {
+            group = &groups[line.mid(1, line.size() - 2)];
+        } else if (const qsizetype equals = line.indexOf(QLatin1Char('=')); group && equals > 0) {
+            group->append({line.left(equals).trimmed(), line.mid(equals + 1).trimmed()});
+        }
+    }
+    return groups;
+}
+
+QString valueOf(const KeyValues& pairs, const QString& key)
+{
+    for (const auto& [name, value] : pairs) {
+        if (name == key)
+            return value;
+    }
+    return {};
 }
 
 // Keys spelled the X way in GTK accelerators, given Qt's spelling.
@@ -242,6 +277,26 @@ QList<DesktopShortcuts::Binding> DesktopShortcuts::readGSettings() const
 {
     const GSettingsLayout& layout = m_sources.desktop == Desktop::cinnamon ? cinnamonLayout : gnomeLayout;
     const QString& program = m_sources.gsettingsProgram;
+    // The keys of a schema, at its own path or at `path` for a relocatable one.
+    std::function<KeyValues(const QString& schema, const QString& path)> keysOf;
+    if (!QStandardPaths::findExecutable(program).isEmpty() || QFileInfo(program).isExecutable()) {
+        keysOf = [&program](const QString& schema, const QString& path) {
+            const QString target = path.isEmpty() ? schema : schema + QLatin1Char(':') + path;
+            const auto listing = runGSettings(program, {QStringLiteral("list-recursively"), target});
+            return listing ? keyValues(*listing, schema) : KeyValues();
+        };
+    } else {
+        const auto groups = readKeyfile(m_sources.configHome + QStringLiteral("/glib-2.0/settings/keyfile"));
+        keysOf = [groups](const QString& schema, const QString& path) {
+            QString group = path.isEmpty() ? QString(schema).replace(QLatin1Char('.'), QLatin1Char('/')) : path;
+            while (group.startsWith(QLatin1Char('/')))
+                group.remove(0, 1);
+            while (group.endsWith(QLatin1Char('/')))
+                group.chop(1);
+            return groups.value(group);
+        };
+    }
+
     QList<Binding> bindings;
     const auto addAll = [&bindings](const QString& value, const QString& action) {
         for (const QString& accelerator : quotedStrings(value)) {
@@ -249,30 +304,21 @@ QList<DesktopShortcuts::Binding> DesktopShortcuts::readGSettings() const
                 bindings.append({*hotkey, action});
         }
     };
+    QHash<QString, KeyValues> listed;
     for (const QString& schema : layout.schemas) {
-        const auto listing = runGSettings(program, {QStringLiteral("list-recursively"), schema});
-        if (!listing)
-            continue;
-        for (const auto& [key, value] : keyValues(*listing)) {
+        listed.insert(schema, keysOf(schema, QString()));
+        for (const auto& [key, value] : listed.value(schema)) {
             if (key != layout.customListKey)
                 addAll(value, gsettingsActionName(key));
         }
     }
-    const auto custom = runGSettings(program, {QStringLiteral("get"), layout.customListSchema, layout.customListKey});
-    for (const QString& entry : custom ? quotedStrings(*custom) : QStringList()) {
+    if (!listed.contains(layout.customListSchema))
+        listed.insert(layout.customListSchema, keysOf(layout.customListSchema, QString()));
+    for (const QString& entry : quotedStrings(valueOf(listed.value(layout.customListSchema), layout.customListKey))) {
         const QString path = layout.customPathPrefix.isEmpty() ? entry : layout.customPathPrefix + entry + QLatin1Char('/');
-        const auto listing = runGSettings(program, {QStringLiteral("list-recursively"), layout.customSchema + QLatin1Char(':') + path});
-        if (!listing)
-            continue;
-        QString name;
-        QString binding;
-        for (const auto& [key, value] : keyValues(*listing)) {
-            if (key == QLatin1String("name"))
-                name = quotedStrings(value).value(0);
-            else if (key == QLatin1String("binding"))
-                binding = value;
-        }
-        addAll(binding, name.isEmpty() ? entry : name);
+        const KeyValues custom = keysOf(layout.customSchema, path);
+        const QString name = quotedStrings(valueOf(custom, QStringLiteral("name"))).value(0);
+        addAll(valueOf(custom, QStringLiteral("binding")), name.isEmpty() ? entry : name);
     }
     if (bindings.isEmpty())
         qCInfo(lcHotkey) << "No desktop shortcuts read through" << program;

@@ -17,7 +17,7 @@ public:
     {
         Desktop desktop = Desktop::none;
         QString gsettingsProgram = QStringLiteral("gsettings");
-        QString configHome; // the folder holding kglobalshortcutsrc and xfce4/
+        QString configHome; // the folder holding kglobalshortcutsrc, xfce4/ and glib-2.0/
         /// The desktop named by XDG_CURRENT_DESKTOP, the user's config folder, `gsettings` from PATH.
         [[nodiscard]] static Sources fromEnvironment();
     };

@@ -98,15 +98,24 @@ void writeDesktopStores(const QString& folder)
           "list-recursively org.gnome.desktop.wm.keybindings\t"
           "org.gnome.desktop.wm.keybindings begin-move @as []\n"
           "list-recursively " + gnome + "\t" + gnome + " screensaver ['<Super>Escape']\n"
-          "list-recursively " + gnome + "\t" + gnome + " custom-keybindings ['/org/gnome/x/']\n"
-          "get " + gnome + " custom-keybindings\t['/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom0/']\n"
+          "list-recursively " + gnome + "\t" + gnome
+              + " custom-keybindings ['/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom0/']\n"
           "list-recursively " + custom + "\t" + gnome + ".custom-keybinding binding '<Primary><Shift>n'\n"
           "list-recursively " + custom + "\t" + gnome + ".custom-keybinding name 'Open notes'\n"
           "list-recursively org.cinnamon.desktop.keybindings.wm\t"
           "org.cinnamon.desktop.keybindings.wm toggle-maximized ['<Alt>F10']\n"
-          "get org.cinnamon.desktop.keybindings custom-list\t['custom3']\n"
-          "list-recursively " + cinnamonCustom + "\tx binding ['<Super><Alt>j']\n"
-          "list-recursively " + cinnamonCustom + "\tx name 'Journal'\n");
+          // A parent schema lists its children too; they are read on their own.
+          "list-recursively org.cinnamon.desktop.keybindings\torg.cinnamon.desktop.keybindings custom-list ['custom3']\n"
+          "list-recursively org.cinnamon.desktop.keybindings\torg.cinnamon.desktop.keybindings.wm toggle-maximized ['<Alt>F9']\n"
+          "list-recursively " + cinnamonCustom + "\torg.cinnamon.desktop.keybindings.custom-keybinding binding ['<Super><Alt>j']\n"
+          "list-recursively " + cinnamonCustom + "\torg.cinnamon.desktop.keybindings.custom-keybinding name 'Journal'\n");
+    // Where there is no dconf, GSettings keeps what the user changed in a keyfile.
+    write(folder + QStringLiteral("/glib-2.0/settings/keyfile"),
+          "[org/gnome/desktop/wm/keybindings]\nmove-to-workspace-3=['<Super><Shift>3']\n\n"
+          "[org/gnome/settings-daemon/plugins/media-keys]\n"
+          "custom-keybindings=['/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom1/']\n\n"
+          "[org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom1]\n"
+          "binding='<Super>e'\nname='Open files'\n");
     // Unknown questions fail, as `gsettings` does for a schema it does not have.
     write(folder + QStringLiteral("/gsettings"),
           "#!/bin/sh\nexec awk -F '\\t' -v q=\"$*\" '$1 == q { print $2; found = 1 } END { exit !found }' \""
@@ -308,36 +317,44 @@ private Q_SLOTS:
     {
         using D = DesktopShortcuts::Desktop;
         QTest::addColumn<int>("desktop");
+        QTest::addColumn<bool>("withGSettings"); // false: no `gsettings` command, only the keyfile
         QTest::addColumn<quint32>("keyCode");
         QTest::addColumn<quint64>("modifiers");
         QTest::addColumn<QString>("message");
 
-        QTest::newRow("GNOME workspace, second of two") << int(D::gnome) << 18u << ctl << "Used by GNOME for Switch to workspace 1";
-        QTest::newRow("GNOME media key, panel's name") << int(D::gnome) << 53u << ctl << "Used by GNOME for Lock screen";
-        QTest::newRow("GNOME custom binding by its name") << int(D::gnome) << 45u << (cmd | shift) << "Used by GNOME for Open notes";
-        QTest::newRow("GNOME's bindings are not Cinnamon's") << int(D::gnome) << 109u << opt << QString();
-        QTest::newRow("Cinnamon window binding") << int(D::cinnamon) << 109u << opt << "Used by Cinnamon for Toggle maximized";
-        QTest::newRow("Cinnamon custom binding") << int(D::cinnamon) << 38u << (ctl | opt) << "Used by Cinnamon for Journal";
-        QTest::newRow("KDE friendly name") << int(D::kde) << 18u << ctl << "Used by KDE for Switch to Desktop 1";
-        QTest::newRow("KDE second active shortcut") << int(D::kde) << 48u << ctl << "Used by KDE for Walk Through Windows";
-        QTest::newRow("KDE launcher") << int(D::kde) << 16u << (cmd | opt) << "Used by KDE for Konsole";
-        QTest::newRow("KDE default that is not active") << int(D::kde) << 122u << cmd << QString();
-        QTest::newRow("KDE shortcut set to none") << int(D::kde) << 116u << ctl << QString();
-        QTest::newRow("Xfce custom command") << int(D::xfce) << 14u << (cmd | opt) << "Used by Xfce for thunar";
-        QTest::newRow("Xfce default replaced by custom") << int(D::xfce) << 99u << opt << QString();
-        QTest::newRow("Xfce window manager action") << int(D::xfce) << 19u << ctl << "Used by Xfce for Workspace 2";
-        QTest::newRow("unknown desktop reads nothing") << int(D::none) << 18u << ctl << QString();
+        QTest::newRow("GNOME workspace, second of two") << int(D::gnome) << true << 18u << ctl << "Used by GNOME for Switch to workspace 1";
+        QTest::newRow("GNOME media key, panel's name") << int(D::gnome) << true << 53u << ctl << "Used by GNOME for Lock screen";
+        QTest::newRow("GNOME custom binding by its name") << int(D::gnome) << true << 45u << (cmd | shift) << "Used by GNOME for Open notes";
+        QTest::newRow("GNOME's bindings are not Cinnamon's") << int(D::gnome) << true << 109u << opt << QString();
+        QTest::newRow("Cinnamon window binding") << int(D::cinnamon) << true << 109u << opt << "Used by Cinnamon for Toggle maximized";
+        QTest::newRow("Cinnamon custom binding") << int(D::cinnamon) << true << 38u << (ctl | opt) << "Used by Cinnamon for Journal";
+        QTest::newRow("KDE friendly name") << int(D::kde) << true << 18u << ctl << "Used by KDE for Switch to Desktop 1";
+        QTest::newRow("KDE second active shortcut") << int(D::kde) << true << 48u << ctl << "Used by KDE for Walk Through Windows";
+        QTest::newRow("KDE launcher") << int(D::kde) << true << 16u << (cmd | opt) << "Used by KDE for Konsole";
+        QTest::newRow("KDE default that is not active") << int(D::kde) << true << 122u << cmd << QString();
+        QTest::newRow("KDE shortcut set to none") << int(D::kde) << true << 116u << ctl << QString();
+        QTest::newRow("Xfce custom command") << int(D::xfce) << true << 14u << (cmd | opt) << "Used by Xfce for thunar";
+        QTest::newRow("Xfce default replaced by custom") << int(D::xfce) << true << 99u << opt << QString();
+        QTest::newRow("Xfce window manager action") << int(D::xfce) << true << 19u << ctl << "Used by Xfce for Workspace 2";
+        QTest::newRow("Cinnamon child keys only from their own schema") << int(D::cinnamon) << true << 101u << opt << QString();
+        QTest::newRow("GNOME keyfile binding") << int(D::gnome) << false << 20u << (ctl | shift)
+                                               << "Used by GNOME for Move to workspace 3";
+        QTest::newRow("GNOME keyfile custom binding") << int(D::gnome) << false << 14u << ctl << "Used by GNOME for Open files";
+        QTest::newRow("GNOME keyfile without the command's defaults") << int(D::gnome) << false << 18u << ctl << QString();
+        QTest::newRow("unknown desktop reads nothing") << int(D::none) << true << 18u << ctl << QString();
     }
 
     void desktopShortcuts()
     {
         QFETCH(int, desktop);
+        QFETCH(bool, withGSettings);
         QFETCH(quint32, keyCode);
         QFETCH(quint64, modifiers);
         QFETCH(QString, message);
 
         ShortcutAvailability& availability = ShortcutAvailability::instance();
-        availability.setSources({DesktopShortcuts::Desktop(desktop), m_stores.filePath(QStringLiteral("gsettings")), m_stores.path()});
+        const QString gsettings = m_stores.filePath(withGSettings ? QStringLiteral("gsettings") : QStringLiteral("missing"));
+        availability.setSources({DesktopShortcuts::Desktop(desktop), gsettings, m_stores.path()});
         QSignalSpy read(&availability, &ShortcutAvailability::desktopShortcutsChanged);
         QSignalSpy state(m_recorder.get(), &HotkeyRecorder::stateChanged);
         // Recording starts the read; the warning follows once it is in.
