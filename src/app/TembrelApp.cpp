@@ -23,6 +23,7 @@
 #include "settings/OnboardingController.h"
 #include "settings/SettingsManager.h"
 #include "settings/SettingsWindowController.h"
+#include "settings/ShortcutAvailability.h"
 #include "settings/UsageStatsManager.h"
 
 #include <QCoreApplication>
@@ -91,6 +92,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     m_panel->cancelAction = [coordinator] { coordinator->cancel(); };
 
     m_hotkeys = std::make_unique<HotkeyManager>(*m_platform->shortcuts);
+    ShortcutAvailability::instance().setShortcuts(m_platform->shortcuts.get());
     m_hotkeys->onModeTriggered = [coordinator](const QUuid& modeId) {
         coordinator->startFix(storedUuidString(modeId));
     };
@@ -101,6 +103,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
 TembrelApp::~TembrelApp()
 {
     // Shortcuts go first so no press arrives while the rest is torn down.
+    ShortcutAvailability::instance().setShortcuts(nullptr);
     m_hotkeys.reset();
 }
 

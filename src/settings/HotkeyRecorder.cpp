@@ -3,6 +3,7 @@
 #include "modes/QtKeyTranslation.h"
 #include "settings/HotkeyRecorderConflicts.h"
 #include "settings/ModesModel.h"
+#include "settings/ShortcutAvailability.h"
 
 #include <QKeyEvent>
 #include <QStringList>
@@ -41,6 +42,8 @@ HotkeyRecorder::HotkeyRecorder(QObject* parent)
 {
     connect(this, &HotkeyRecorder::hotkeyChanged, this, &HotkeyRecorder::stateChanged);
     connect(this, &HotkeyRecorder::conflictSourceChanged, this, &HotkeyRecorder::stateChanged);
+    connect(&ShortcutAvailability::instance(), &ShortcutAvailability::desktopShortcutsChanged, this,
+            &HotkeyRecorder::stateChanged);
 }
 
 HotkeyRecorder::~HotkeyRecorder()
@@ -107,7 +110,8 @@ QString HotkeyRecorder::conflictMessage() const
     if (isRecording() || !m_hotkey)
         return {};
     const auto other = m_modes ? m_modes->modeNameUsing(*m_hotkey, m_excludingModeId) : std::nullopt;
-    return HotkeyRecorderConflicts::message(*m_hotkey, other);
+    return HotkeyRecorderConflicts::message(*m_hotkey, {other, ShortcutAvailability::instance().desktopUse(*m_hotkey),
+                                                        m_heldElsewhere == m_hotkey});
 }
 
 void HotkeyRecorder::toggle(QWindow* window)
@@ -123,6 +127,7 @@ void HotkeyRecorder::startRecording(QWindow* window)
     if (!window || isRecording())
         return;
     m_pending.reset();
+    ShortcutAvailability::instance().refresh();
     m_window = window;
     // Filtering the window itself sees every key of this window before any control does, and
     // nothing from other applications.
@@ -139,6 +144,7 @@ void HotkeyRecorder::stopRecording()
     m_pending.reset();
     if (typed && typed->keyCode != 0) {
         // Key code 0 stands for "no key yet", so the A key can never be recorded; kept on purpose.
+        checkHeldElsewhere(*typed);
         setHotkey(typed);
         Q_EMIT recorded(typed->keyCode, typed->modifierFlagsRawValue);
     }
@@ -190,6 +196,15 @@ void HotkeyRecorder::handleKey(const QKeyEvent& event, bool press)
         if (isRecording())
             stopRecording();
     });
+}
+
+void HotkeyRecorder::checkHeldElsewhere(const Hotkey& hotkey)
+{
+    // A shortcut of any mode, the edited one's old shortcut included, is Tembrel's own grab: the
+    // catalogue already says who has it, and a trial would only meet Tembrel itself.
+    const bool ownedByAMode = m_modes && m_modes->modeNameUsing(hotkey, QString());
+    const bool held = !ownedByAMode && ShortcutAvailability::instance().isHeldByAnotherApplication(hotkey);
+    m_heldElsewhere = held ? std::optional(hotkey) : std::nullopt;
 }
 
 void HotkeyRecorder::modifiersChanged(quint64 modifierFlags)

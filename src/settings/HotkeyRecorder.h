@@ -12,7 +12,8 @@ class QKeyEvent;
 
 
 /// The state behind one shortcut recorder: the shortcut being edited, recording from the key
-/// events of Tembrel's own window, and the warning when another mode or the system owns it.
+/// events of Tembrel's own window, and the warning when another mode, the system, the desktop or
+/// another application owns it.
 class HotkeyRecorder : public QObject
 {
     Q_OBJECT
@@ -70,10 +71,12 @@ protected:
 private:
     void handleKey(const QKeyEvent& event, bool press);
     void modifiersChanged(quint64 modifierFlags);
+    void checkHeldElsewhere(const Hotkey& hotkey);
 
     std::optional<Hotkey> m_hotkey;
     std::optional<Hotkey> m_pending;
     QPointer<ModesModel> m_modes;
     QString m_excludingModeId;
     QPointer<QWindow> m_window;
+    std::optional<Hotkey> m_heldElsewhere; // the last recorded shortcut, when a trial grab failed
 };

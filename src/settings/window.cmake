@@ -8,6 +8,8 @@ list(APPEND TEMBREL_GUI_SOURCES
   settings/SettingsWindowTypes.h
   settings/ModesModel.h settings/ModesModel.cpp
   settings/HotkeyRecorder.h settings/HotkeyRecorder.cpp
+  settings/DesktopShortcuts.h settings/DesktopShortcuts.cpp
+  settings/ShortcutAvailability.h settings/ShortcutAvailability.cpp
   settings/FixedWindow.h settings/FixedWindow.cpp
   settings/SettingsWindowController.h settings/SettingsWindowController.cpp
 )

@@ -1,15 +1,29 @@
-// The shortcut recorder driven by real key events sent to a real window, with the real catalogue.
+// The shortcut recorder driven by real key events sent to a real window, with the real catalogue,
+// the real X server's grabs and desktop shortcut stores written by the test.
 #include "modes/ModeManager.h"
 #include "modes/QtKeyTranslation.h"
+#include "platform/x11/X11GlobalShortcuts.h"
+#include "settings/DesktopShortcuts.h"
 #include "settings/HotkeyRecorder.h"
 #include "settings/HotkeyRecorderConflicts.h"
 #include "settings/ModesModel.h"
+#include "settings/ShortcutAvailability.h"
 #include "support/TestEnvironment.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QWindow>
+
+#include <X11/Xlib.h>
+#include <X11/keysym.h>
+// X names its events like Qt's.
+#undef KeyPress
+#undef KeyRelease
 
 namespace {
 constexpr quint64 cmd = Hotkey::commandFlag;
@@ -31,6 +45,107 @@ struct KeyStep
     int key;
     Qt::KeyboardModifiers modifiers;
 };
+
+// Another X client, on its own connection, as another application would be.
+class OtherClient
+{
+public:
+    OtherClient() : m_display(XOpenDisplay(nullptr)) {}
+    ~OtherClient()
+    {
+        if (m_display)
+            XCloseDisplay(m_display);
+    }
+    [[nodiscard]] bool isOpen() const { return m_display != nullptr; }
+
+    /// Grabs the key as a global shortcut; false when someone else holds it (BadAccess).
+    bool grab(KeySym keysym, unsigned int modifiers)
+    {
+        s_failed = false;
+        XErrorHandler previous = XSetErrorHandler([](Display*, XErrorEvent* error) {
+            s_failed = s_failed || error->error_code == BadAccess;
+            return 0;
+        });
+        XGrabKey(m_display, XKeysymToKeycode(m_display, keysym), modifiers, DefaultRootWindow(m_display), True,
+                 GrabModeAsync, GrabModeAsync);
+        XSync(m_display, False);
+        XSetErrorHandler(previous);
+        return !s_failed;
+    }
+
+private:
+    static inline bool s_failed = false;
+    Display* m_display;
+};
+
+// The three stores the desktops keep their shortcuts in, as each desktop writes them; GSettings
+// answers through a `gsettings` stand-in that replies from a table.
+void writeDesktopStores(const QString& folder)
+{
+    const auto write = [](const QString& path, const QByteArray& text) {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    };
+    const QByteArray gnome = "org.gnome.settings-daemon.plugins.media-keys";
+    const QByteArray custom = gnome + ".custom-keybinding:/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom0/";
+    const QByteArray cinnamonCustom =
+        "org.cinnamon.desktop.keybindings.custom-keybinding:/org/cinnamon/desktop/keybindings/custom-keybindings/custom3/";
+    write(folder + QStringLiteral("/gsettings.table"),
+          "list-recursively org.gnome.desktop.wm.keybindings\t"
+          "org.gnome.desktop.wm.keybindings switch-to-workspace-1 ['<Super>Home', '<Super>1']\n"
+          "list-recursively org.gnome.desktop.wm.keybindings\t"
+          "org.gnome.desktop.wm.keybindings begin-move @as []\n"
+          "list-recursively " + gnome + "\t" + gnome + " screensaver ['<Super>Escape']\n"
+          "list-recursively " + gnome + "\t" + gnome
+              + " custom-keybindings ['/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom0/']\n"
+          "list-recursively " + custom + "\t" + gnome + ".custom-keybinding binding '<Primary><Shift>n'\n"
+          "list-recursively " + custom + "\t" + gnome + ".custom-keybinding name 'Open notes'\n"
+          "list-recursively org.cinnamon.desktop.keybindings.wm\t"
+          "org.cinnamon.desktop.keybindings.wm toggle-maximized ['<Alt>F10']\n"
+          // A parent schema lists its children too; they are read on their own.
+          "list-recursively org.cinnamon.desktop.keybindings\torg.cinnamon.desktop.keybindings custom-list ['custom3']\n"
+          "list-recursively org.cinnamon.desktop.keybindings\torg.cinnamon.desktop.keybindings.wm toggle-maximized ['<Alt>F9']\n"
+          "list-recursively " + cinnamonCustom + "\torg.cinnamon.desktop.keybindings.custom-keybinding binding ['<Super><Alt>j']\n"
+          "list-recursively " + cinnamonCustom + "\torg.cinnamon.desktop.keybindings.custom-keybinding name 'Journal'\n");
+    // Where there is no dconf, GSettings keeps what the user changed in a keyfile.
+    write(folder + QStringLiteral("/glib-2.0/settings/keyfile"),
+          "[org/gnome/desktop/wm/keybindings]\nmove-to-workspace-3=['<Super><Shift>3']\n\n"
+          "[org/gnome/settings-daemon/plugins/media-keys]\n"
+          "custom-keybindings=['/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom1/']\n\n"
+          "[org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom1]\n"
+          "binding='<Super>e'\nname='Open files'\n");
+    // Unknown questions fail, as `gsettings` does for a schema it does not have.
+    write(folder + QStringLiteral("/gsettings"),
+          "#!/bin/sh\nexec awk -F '\\t' -v q=\"$*\" '$1 == q { print $2; found = 1 } END { exit !found }' \""
+              + QFile::encodeName(folder) + "/gsettings.table\"\n");
+    QFile(folder + QStringLiteral("/gsettings")).setPermissions(QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    write(folder + QStringLiteral("/kglobalshortcutsrc"),
+          "[kwin]\n_k_friendly_name=KWin\n"
+          "Switch to Desktop 1=Meta+1,Ctrl+F1,Switch to Desktop 1\n"
+          "Walk Through Windows=Alt+Tab\\tMeta+Tab,Alt+Tab,Walk Through Windows\n"
+          "Window Maximize=none,Meta+PgUp,Maximize Window\n"
+          "[services][org.kde.konsole.desktop]\n_launch=Ctrl+Alt+Y,none,Konsole\n");
+    write(folder + QStringLiteral("/xfce4/xfconf/xfce-perchannel-xml/xfce4-keyboard-shortcuts.xml"),
+          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+          "<channel name=\"xfce4-keyboard-shortcuts\" version=\"1.0\">\n"
+          " <property name=\"commands\" type=\"empty\">\n"
+          "  <property name=\"default\" type=\"empty\">\n"
+          "   <property name=\"&lt;Alt&gt;F3\" type=\"string\" value=\"xfce4-appfinder\"/>\n"
+          "  </property>\n"
+          "  <property name=\"custom\" type=\"empty\">\n"
+          "   <property name=\"&lt;Primary&gt;&lt;Alt&gt;e\" type=\"string\" value=\"thunar\"/>\n"
+          "   <property name=\"override\" type=\"bool\" value=\"true\"/>\n"
+          "  </property>\n"
+          " </property>\n"
+          " <property name=\"xfwm4\" type=\"empty\">\n"
+          "  <property name=\"default\" type=\"empty\">\n"
+          "   <property name=\"&lt;Super&gt;2\" type=\"string\" value=\"workspace_2_key\"/>\n"
+          "  </property>\n"
+          " </property>\n"
+          "</channel>\n");
+}
 } // namespace
 
 Q_DECLARE_METATYPE(QList<KeyStep>)
@@ -45,6 +160,7 @@ class TestHotkeyRecorder : public QObject
     std::unique_ptr<ModesModel> m_model;
     std::unique_ptr<QWindow> m_window;
     std::unique_ptr<HotkeyRecorder> m_recorder;
+    QTemporaryDir m_stores;
 
     void play(const QList<KeyStep>& steps)
     {
@@ -52,7 +168,20 @@ class TestHotkeyRecorder : public QObject
             sendKey(m_window.get(), step.press, step.key, step.modifiers);
     }
 
+    void record(int key, Qt::KeyboardModifiers modifiers)
+    {
+        m_recorder->startRecording(m_window.get());
+        sendKey(m_window.get(), true, key, modifiers);
+        QTRY_VERIFY(!m_recorder->isRecording());
+    }
+
 private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_stores.isValid());
+        writeDesktopStores(m_stores.path());
+    }
+
     void init()
     {
         m_settings = std::make_unique<QSettings>(m_env.configHome() + QStringLiteral("/recorder.ini"), QSettings::IniFormat);
@@ -69,6 +198,8 @@ private Q_SLOTS:
 
     void cleanup()
     {
+        ShortcutAvailability::instance().setShortcuts(nullptr);
+        ShortcutAvailability::instance().setSources({});
         m_recorder.reset();
         m_window.reset();
         m_model.reset();
@@ -128,25 +259,41 @@ private Q_SLOTS:
         QTest::addColumn<quint32>("keyCode");
         QTest::addColumn<quint64>("modifiers");
         QTest::addColumn<QString>("otherMode");
+        QTest::addColumn<QString>("desktopAction"); // what GNOME binds to it, if anything
+        QTest::addColumn<bool>("heldElsewhere");
         QTest::addColumn<QString>("message");
 
         const QString system = QStringLiteral("This shortcut is used by the system for ");
-        const QString maybe = QStringLiteral("This shortcut may conflict with a system shortcut");
-        QTest::newRow("Ctrl+Shift+4") << 21u << (cmd | shift) << QString() << system + QStringLiteral("Screenshot Selection");
-        QTest::newRow("Ctrl+Shift+3") << 20u << (cmd | shift) << QString() << system + QStringLiteral("Screenshot");
-        QTest::newRow("Ctrl+C") << 8u << cmd << QString() << system + QStringLiteral("Copy");
-        QTest::newRow("Ctrl+A, the key that cannot be recorded") << 0u << cmd << QString() << system + QStringLiteral("Select All");
-        QTest::newRow("Ctrl+Tab") << 48u << cmd << QString() << system + QStringLiteral("App Switcher");
-        QTest::newRow("Ctrl+Space names search, not Spotlight") << 49u << cmd << QString() << system + QStringLiteral("Search");
-        QTest::newRow("Ctrl+M reserved without a name") << 46u << cmd << QString() << maybe;
-        QTest::newRow("Ctrl+comma") << 43u << cmd << QString() << maybe;
-        QTest::newRow("Ctrl+Shift+Z reserved, Ctrl+Z named") << 6u << (cmd | shift) << QString() << maybe;
-        QTest::newRow("Ctrl+Shift+C is not Ctrl+C") << 8u << (cmd | shift) << QString() << QString();
-        QTest::newRow("Super+C is not Ctrl+C") << 8u << ctl << QString() << QString();
-        QTest::newRow("C alone") << 8u << quint64(0) << QString() << QString();
-        QTest::newRow("Ctrl+Shift+5") << 23u << (cmd | shift) << QString() << system + QStringLiteral("Screenshot Options");
-        QTest::newRow("another mode wins over the system") << 8u << cmd << QStringLiteral("Casual") << QStringLiteral("Used by Casual");
-        QTest::newRow("another mode, free key") << 96u << quint64(0) << QStringLiteral("Mine") << QStringLiteral("Used by Mine");
+        const QString many = QStringLiteral("Many applications use this shortcut for ");
+        const quint64 alt = opt;
+        const quint64 ctrlAlt = cmd | opt;
+        const QString none;
+        QTest::newRow("Alt+Tab") << 48u << alt << none << none << false << system + QStringLiteral("Switch Windows");
+        QTest::newRow("Ctrl+Alt+Delete") << 117u << ctrlAlt << none << none << false << system + QStringLiteral("Log Out");
+        QTest::newRow("Ctrl+Alt+Backspace is not Delete") << 51u << ctrlAlt << none << none << false << none;
+        QTest::newRow("Ctrl+Alt+T") << 17u << ctrlAlt << none << none << false << system + QStringLiteral("Terminal");
+        QTest::newRow("Super+L") << 37u << ctl << none << none << false << system + QStringLiteral("Lock Screen");
+        QTest::newRow("Ctrl+L is not Super+L") << 37u << cmd << none << none << false << none;
+        QTest::newRow("Ctrl+Alt+F1") << 122u << ctrlAlt << none << none << false << system + QStringLiteral("Switch to Console 1");
+        QTest::newRow("Ctrl+Alt+F12") << 111u << ctrlAlt << none << none << false << system + QStringLiteral("Switch to Console 12");
+        QTest::newRow("Alt+F2") << 120u << alt << none << none << false << system + QStringLiteral("Run Command");
+        QTest::newRow("Alt+F4") << 118u << alt << none << none << false << system + QStringLiteral("Close Window");
+        QTest::newRow("Ctrl+Shift+4 is free on Linux") << 21u << (cmd | shift) << none << none << false << none;
+        QTest::newRow("Ctrl+Space is free on Linux") << 49u << cmd << none << none << false << none;
+        QTest::newRow("Ctrl+Shift+S, the default") << 1u << (cmd | shift) << none << none << false << many + QStringLiteral("Save As");
+        QTest::newRow("Ctrl+S") << 1u << cmd << none << none << false << many + QStringLiteral("Save");
+        QTest::newRow("Ctrl+P") << 35u << cmd << none << none << false << many + QStringLiteral("Print");
+        QTest::newRow("Ctrl+Shift+Z") << 6u << (cmd | shift) << none << none << false << many + QStringLiteral("Redo");
+        QTest::newRow("Ctrl+Alt+S is no standard") << 1u << ctrlAlt << none << none << false << none;
+        QTest::newRow("Super+S is no standard") << 1u << ctl << none << none << false << none;
+        QTest::newRow("another mode before the system") << 48u << alt << QStringLiteral("Casual") << none << false << QStringLiteral("Used by Casual");
+        QTest::newRow("the system before the desktop") << 48u << alt << none << QStringLiteral("Switch windows") << true
+                                                       << system + QStringLiteral("Switch Windows");
+        QTest::newRow("the desktop before another application") << 18u << ctl << none << QStringLiteral("Switch to workspace 1")
+                                                                << true << QStringLiteral("Used by GNOME for Switch to workspace 1");
+        QTest::newRow("another application before the standard") << 1u << (cmd | shift) << none << none << true
+                                                                  << QStringLiteral("Used by another application");
+        QTest::newRow("another mode, free key") << 96u << quint64(0) << QStringLiteral("Mine") << none << false << QStringLiteral("Used by Mine");
     }
 
     void conflictMessages()
@@ -154,9 +301,70 @@ private Q_SLOTS:
         QFETCH(quint32, keyCode);
         QFETCH(quint64, modifiers);
         QFETCH(QString, otherMode);
+        QFETCH(QString, desktopAction);
+        QFETCH(bool, heldElsewhere);
         QFETCH(QString, message);
-        const auto other = otherMode.isEmpty() ? std::nullopt : std::optional(otherMode);
-        QCOMPARE(HotkeyRecorderConflicts::message(Hotkey{keyCode, modifiers}, other), message);
+        HotkeyRecorderConflicts::Findings findings;
+        if (!otherMode.isEmpty())
+            findings.otherModeName = otherMode;
+        if (!desktopAction.isEmpty())
+            findings.desktopUse = HotkeyRecorderConflicts::DesktopUse{QStringLiteral("GNOME"), desktopAction};
+        findings.heldByAnotherApplication = heldElsewhere;
+        QCOMPARE(HotkeyRecorderConflicts::message(Hotkey{keyCode, modifiers}, findings), message);
+    }
+
+    void desktopShortcuts_data()
+    {
+        using D = DesktopShortcuts::Desktop;
+        QTest::addColumn<int>("desktop");
+        QTest::addColumn<bool>("withGSettings"); // false: no `gsettings` command, only the keyfile
+        QTest::addColumn<quint32>("keyCode");
+        QTest::addColumn<quint64>("modifiers");
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("GNOME workspace, second of two") << int(D::gnome) << true << 18u << ctl << "Used by GNOME for Switch to workspace 1";
+        QTest::newRow("GNOME media key, panel's name") << int(D::gnome) << true << 53u << ctl << "Used by GNOME for Lock screen";
+        QTest::newRow("GNOME custom binding by its name") << int(D::gnome) << true << 45u << (cmd | shift) << "Used by GNOME for Open notes";
+        QTest::newRow("GNOME's bindings are not Cinnamon's") << int(D::gnome) << true << 109u << opt << QString();
+        QTest::newRow("Cinnamon window binding") << int(D::cinnamon) << true << 109u << opt << "Used by Cinnamon for Toggle maximized";
+        QTest::newRow("Cinnamon custom binding") << int(D::cinnamon) << true << 38u << (ctl | opt) << "Used by Cinnamon for Journal";
+        QTest::newRow("KDE friendly name") << int(D::kde) << true << 18u << ctl << "Used by KDE for Switch to Desktop 1";
+        QTest::newRow("KDE second active shortcut") << int(D::kde) << true << 48u << ctl << "Used by KDE for Walk Through Windows";
+        QTest::newRow("KDE launcher") << int(D::kde) << true << 16u << (cmd | opt) << "Used by KDE for Konsole";
+        QTest::newRow("KDE default that is not active") << int(D::kde) << true << 122u << cmd << QString();
+        QTest::newRow("KDE shortcut set to none") << int(D::kde) << true << 116u << ctl << QString();
+        QTest::newRow("Xfce custom command") << int(D::xfce) << true << 14u << (cmd | opt) << "Used by Xfce for thunar";
+        QTest::newRow("Xfce default replaced by custom") << int(D::xfce) << true << 99u << opt << QString();
+        QTest::newRow("Xfce window manager action") << int(D::xfce) << true << 19u << ctl << "Used by Xfce for Workspace 2";
+        QTest::newRow("Cinnamon child keys only from their own schema") << int(D::cinnamon) << true << 101u << opt << QString();
+        QTest::newRow("GNOME keyfile binding") << int(D::gnome) << false << 20u << (ctl | shift)
+                                               << "Used by GNOME for Move to workspace 3";
+        QTest::newRow("GNOME keyfile custom binding") << int(D::gnome) << false << 14u << ctl << "Used by GNOME for Open files";
+        QTest::newRow("GNOME keyfile without the command's defaults") << int(D::gnome) << false << 18u << ctl << QString();
+        QTest::newRow("unknown desktop reads nothing") << int(D::none) << true << 18u << ctl << QString();
+    }
+
+    void desktopShortcuts()
+    {
+        QFETCH(int, desktop);
+        QFETCH(bool, withGSettings);
+        QFETCH(quint32, keyCode);
+        QFETCH(quint64, modifiers);
+        QFETCH(QString, message);
+
+        ShortcutAvailability& availability = ShortcutAvailability::instance();
+        const QString gsettings = m_stores.filePath(withGSettings ? QStringLiteral("gsettings") : QStringLiteral("missing"));
+        availability.setSources({DesktopShortcuts::Desktop(desktop), gsettings, m_stores.path()});
+        QSignalSpy read(&availability, &ShortcutAvailability::desktopShortcutsChanged);
+        QSignalSpy state(m_recorder.get(), &HotkeyRecorder::stateChanged);
+        // Recording starts the read; the warning follows once it is in.
+        m_recorder->startRecording(m_window.get());
+        const qsizetype before = state.count();
+        QVERIFY(read.wait());
+        QVERIFY(state.count() > before); // the recorder shows what was read
+        m_recorder->stopRecording();
+        m_recorder->setHotkey(Hotkey{keyCode, modifiers});
+        QCOMPARE(m_recorder->conflictMessage(), message);
     }
 
     void records_data()
@@ -288,17 +496,48 @@ private Q_SLOTS:
         QSignalSpy state(m_recorder.get(), &HotkeyRecorder::stateChanged);
         m_model->setHotkey(storedUuidString(ModeCatalogue::builtInId(1)), 96, 0);
         QVERIFY(state.count() > 0);
-        QCOMPARE(m_recorder->conflictMessage(), QString());
+        QCOMPARE(m_recorder->conflictMessage(), QStringLiteral("Many applications use this shortcut for Save As"));
     }
 
     void ownShortcutIsNoConflict()
     {
         m_recorder->setExcludingModeId(storedUuidString(ModeCatalogue::builtInId(1)));
         m_recorder->setHotkey(Hotkey::commandShift(1));
-        QCOMPARE(m_recorder->conflictMessage(), QString());
+        QCOMPARE(m_recorder->conflictMessage(), QStringLiteral("Many applications use this shortcut for Save As"));
         // Without an excluded mode (the add sheet) the primary mode owns it.
         m_recorder->setExcludingModeId(QString());
         QCOMPARE(m_recorder->conflictMessage(), QStringLiteral("Used by Tembrel"));
+    }
+
+    void trialGrabFindsAnotherApplication()
+    {
+        OtherClient other;
+        QVERIFY(other.isOpen());
+        QVERIFY(other.grab(XK_j, ControlMask | Mod1Mask));
+        X11GlobalShortcuts shortcuts;
+        ShortcutAvailability::instance().setShortcuts(&shortcuts);
+        // Tembrel holds the primary mode's Ctrl+Shift+S itself, through the same object.
+        QCOMPARE(shortcuts.registerShortcut(1, 1, cmd | shift), GlobalShortcuts::RegistrationError::none);
+        const QString professional = storedUuidString(ModeCatalogue::builtInId(2));
+
+        m_recorder->setExcludingModeId(professional);
+        record(Qt::Key_J, Qt::ControlModifier | Qt::AltModifier);
+        QCOMPARE(m_recorder->hotkey(), std::optional(Hotkey{38, cmd | opt}));
+        QCOMPARE(m_recorder->conflictMessage(), QStringLiteral("Used by another application"));
+
+        // A free shortcut is grabbed only for the trial: another client can take it right after.
+        record(Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
+        QCOMPARE(m_recorder->conflictMessage(), QString());
+        QVERIFY(other.grab(XK_k, ControlMask | Mod1Mask));
+
+        // Tembrel's own grab is no other application's, and the trial leaves it in place: in
+        // another mode's row the mode is named, in its own row only the standard use is.
+        record(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(m_recorder->conflictMessage(), QStringLiteral("Used by Tembrel"));
+        m_recorder->setExcludingModeId(storedUuidString(ModeCatalogue::builtInId(1)));
+        record(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(m_recorder->conflictMessage(), QStringLiteral("Many applications use this shortcut for Save As"));
+        QVERIFY(!other.grab(XK_s, ControlMask | ShiftMask));
     }
 };
 

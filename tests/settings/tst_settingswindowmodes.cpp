@@ -68,8 +68,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("message");
 
         const int ctrlShift = int(Qt::ControlModifier | Qt::ShiftModifier);
-        QTest::newRow("reserved Ctrl+Shift+4") << 0 << int(Qt::Key_Dollar) << ctrlShift << 21u << cmdShift
-                                               << "This shortcut is used by the system for Screenshot Selection";
+        QTest::newRow("reserved Ctrl+Alt+T") << 0 << int(Qt::Key_T) << int(Qt::ControlModifier | Qt::AltModifier) << 17u
+                                             << quint64(Hotkey::commandFlag | Hotkey::optionFlag)
+                                             << "This shortcut is used by the system for Terminal";
         QTest::newRow("owned by the primary mode") << 2 << int(Qt::Key_S) << ctrlShift << 1u << cmdShift
                                                    << "Used by Tembrel";
         QTest::newRow("F5 alone") << 1 << int(Qt::Key_F5) << 0 << 96u << quint64(0) << QString();
