@@ -1,4 +1,5 @@
 #include "app/StatusMenu.h"
+#include "app/AppIcons.h"
 #include "core/Logging.h"
 
 #include <QAction>
@@ -47,7 +48,7 @@ bool StatusMenu::show()
     const bool available = QSystemTrayIcon::isSystemTrayAvailable();
     if (!available)
         qCWarning(lcApp) << "No system tray on this desktop: Tembrel keeps running with its shortcuts;"
-                            " launch it again to open Settings";
+                            " open it again from the application menu to reach Settings";
     // Also without a tray: Qt shows the icon as soon as one appears.
     m_tray->show();
     return available;
@@ -60,5 +61,5 @@ QList<QAction*> StatusMenu::actions() const
 
 QIcon StatusMenu::icon()
 {
-    return QIcon(QStringLiteral(":/Tembrel/app/MenuBarIcon.svg"));
+    return AppIcons::tray();
 }

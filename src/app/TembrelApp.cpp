@@ -83,9 +83,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     m_panel->cancelAction = [coordinator] { coordinator->cancel(); };
 
     m_hotkeys = std::make_unique<HotkeyManager>(*m_platform->shortcuts);
-    m_hotkeys->onModeTriggered = [coordinator](const QUuid& modeId) {
-        coordinator->startFix(storedUuidString(modeId));
-    };
+    m_hotkeys->onModeTriggered = [this](const QUuid& modeId) { triggerMode(modeId); };
 
     m_updates = std::make_unique<UpdateController>(*m_settings, m_defaults);
 }
@@ -116,6 +114,30 @@ void TembrelApp::start()
     m_updates->start();
     qCInfo(lcApp) << "Tembrel is running";
     Q_EMIT started();
+}
+
+void TembrelApp::triggerMode(const QUuid& modeId)
+{
+    m_coordinator->startFix(storedUuidString(modeId));
+}
+
+QString TembrelApp::fixWithMode(const QString& nameOrId)
+{
+    const QUuid id = QUuid::fromString(nameOrId.trimmed());
+    std::optional<Mode> match = id.isNull() ? std::nullopt : m_modes->mode(id);
+    for (const Mode& mode : m_modes->modes()) {
+        if (match)
+            break;
+        if (mode.name.compare(nameOrId.trimmed(), Qt::CaseInsensitive) == 0)
+            match = mode;
+    }
+    if (!match)
+        return QStringLiteral("There is no mode called '%1'.").arg(nameOrId);
+    if (!match->isEnabled)
+        return QStringLiteral("The mode '%1' is turned off in Settings.").arg(match->name);
+    qCInfo(lcApp).noquote() << "Fixing the selection with the mode" << match->name << "as asked on the command line";
+    triggerMode(match->id);
+    return {};
 }
 
 void TembrelApp::registerHotkeys()
