@@ -27,6 +27,8 @@ StatusMenu::StatusMenu(QObject* parent)
     connect(m_settings, &QAction::triggered, this, &StatusMenu::showSettingsRequested);
     connect(m_quit, &QAction::triggered, this, &StatusMenu::quitRequested);
 
+    qCDebug(lcApp).noquote() << "Tray icon:" << (m_tray->icon().name().isEmpty() ? QStringLiteral("built in")
+                                                                                : m_tray->icon().name());
     m_tray->setToolTip(QStringLiteral("Tembrel"));
     m_tray->setContextMenu(m_menu.get());
     // A left click opens the same menu, as the menu-bar item does on macOS. Trays that show the

@@ -101,10 +101,12 @@ Page {
                 visible: text.length > 0
                 text: settingsWindow.noTrayHint
                 Layout.fillWidth: true
+                Layout.topMargin: 4
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.WordWrap
                 font.pointSize: 8
                 color: pal.windowText
+                opacity: 0.8
             }
 
             // General.
