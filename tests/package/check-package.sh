@@ -46,8 +46,10 @@ for library in libqt6core6 libqt6webenginequick6 libqt6keychain1 zlib1g; do
   [[ "$depends" == *"$library "* ]] || fail "Depends lacks $library: $depends"
 done
 
-lintian --fail-on error,warning "$deb" 2>&1 | grep -v 'running with root privileges' || true
-lintian --fail-on error,warning "$deb" >/dev/null 2>&1 || fail "lintian found errors or warnings"
+lintian_status=0
+lintian --fail-on error,warning "$deb" >"$work/lintian.log" 2>&1 || lintian_status=$?
+grep -v 'running with root privileges' "$work/lintian.log" || true
+[ "$lintian_status" -eq 0 ] || fail "lintian found errors or warnings"
 
 root="$work/root"
 dpkg -x "$deb" "$root"
