@@ -53,6 +53,14 @@ QString execProgram(const QString& exec)
     return program;
 }
 
+// A bare name is looked up on PATH, as the desktop does at login.
+QString resolvedProgram(const QString& program)
+{
+    if (program.isEmpty() || QFileInfo(program).isAbsolute())
+        return program;
+    return QStandardPaths::findExecutable(program);
+}
+
 bool isRunnable(const QString& program)
 {
     const QFileInfo info(program);
@@ -102,7 +110,7 @@ LoginItem::Status XdgLoginItem::status() const
         if (trimmed == "Hidden=true" || trimmed == "X-GNOME-Autostart-enabled=false")
             return Status::notRegistered;
     }
-    if (!isRunnable(execProgram(entryValue(entryPath(), u"Exec"))))
+    if (!isRunnable(resolvedProgram(execProgram(entryValue(entryPath(), u"Exec")))))
         return Status::notFound;
     return Status::enabled;
 }
@@ -128,9 +136,7 @@ bool XdgLoginItem::write()
                                      "Install its package first.");
         return false;
     }
-    QString program = execProgram(entryValue(m_installedEntry, u"Exec"));
-    if (!program.isEmpty() && !QFileInfo(program).isAbsolute())
-        program = QStandardPaths::findExecutable(program);
+    const QString program = resolvedProgram(execProgram(entryValue(m_installedEntry, u"Exec")));
     if (!isRunnable(program)) {
         m_lastError = QStringLiteral("The program of %1 isn't there; reinstall Tembrel.")
                           .arg(QDir::toNativeSeparators(m_installedEntry));
