@@ -1,7 +1,7 @@
-# The Debian package: `cmake --build build --target package` (or `cpack` in the build folder)
-# writes build/tembrel_<version>_<arch>.deb from what `cmake --install` puts in place.
-# Its dependencies are computed from the installed binaries with dpkg-shlibdeps; the QML modules
-# and the icon theme, loaded at run time, are named here since no linker sees them.
+# The Debian package: scripts/build-deb.sh, or `cpack -G DEB` in a build folder, writes
+# tembrel_<version>-<release>_<arch>.deb from what `cmake --install` puts in place. Its
+# dependencies are computed from the installed binaries with dpkg-shlibdeps; what is loaded at run
+# time (the QML modules, the SVG icon plugin, the icon theme) is named here, as no linker sees it.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tembrel)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -27,7 +27,7 @@ floating panel and puts the fixed text on the clipboard, ready to paste.
 It works offline with the system's spelling dictionaries, or with an
 OpenAI-compatible service of the user's choice.]=])
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-  "qml6-module-qtquick, qml6-module-qtquick-controls, qml6-module-qtquick-layouts, qml6-module-qtquick-window, qml6-module-qtquick-templates, qml6-module-qtqml, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, qml6-module-qtwebengine, qml6-module-qtwebchannel, hicolor-icon-theme")
+  "qml6-module-qtquick, qml6-module-qtquick-controls, qml6-module-qtquick-layouts, qml6-module-qtquick-window, qml6-module-qtquick-templates, qml6-module-qtqml, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, qml6-module-qtwebengine, qml6-module-qtwebchannel, libqt6svg6, hicolor-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "hunspell-en-us | hunspell-dictionary, gnome-keyring | kwalletmanager")
 
 # Debian's own packages are owned by root, with a changelog and copyright file in the doc folder.
