@@ -123,13 +123,16 @@ void TembrelApp::triggerMode(const QUuid& modeId)
 
 QString TembrelApp::fixWithMode(const QString& nameOrId)
 {
-    const QUuid id = QUuid::fromString(nameOrId.trimmed());
+    const QString wanted = nameOrId.trimmed();
+    const QUuid id = QUuid::fromString(wanted);
     std::optional<Mode> match = id.isNull() ? std::nullopt : m_modes->mode(id);
-    for (const Mode& mode : m_modes->modes()) {
-        if (match)
-            break;
-        if (mode.name.compare(nameOrId.trimmed(), Qt::CaseInsensitive) == 0)
-            match = mode;
+    if (!match) {
+        const QList<Mode>& modes = m_modes->modes();
+        const auto named = std::find_if(modes.cbegin(), modes.cend(), [&wanted](const Mode& mode) {
+            return mode.name.compare(wanted, Qt::CaseInsensitive) == 0;
+        });
+        if (named != modes.cend())
+            match = *named;
     }
     if (!match)
         return QStringLiteral("There is no mode called '%1'.").arg(nameOrId);
