@@ -21,11 +21,17 @@ test_packages=(
   chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc trayer
   # AbiWord opens the RTF Tembrel writes, to check that its lists and tables survive.
   abiword
+  # the package test: building, checking and unpacking the Debian package
+  dpkg-dev fakeroot file lintian desktop-file-utils appstream man-db
 )
+# building the Debian package (scripts/build-deb.sh)
+package_packages=(dpkg-dev file)
 
 wanted=("${build_packages[@]}")
 if [ "${1:-}" = "--with-tests" ]; then
   wanted+=("${test_packages[@]}")
+elif [ "${1:-}" = "--for-package" ]; then
+  wanted+=("${package_packages[@]}")
 else
   wanted+=(xvfb xauth dbus gnome-keyring)
 fi

@@ -9,8 +9,9 @@
 
 namespace {
 
-const QByteArray reopenMessage = QByteArrayLiteral("reopen\n");
-const QByteArray acknowledgement = QByteArrayLiteral("ok\n");
+// One line each way: the request, then "ok" or "error <why>".
+const QByteArray acknowledgement = QByteArrayLiteral("ok");
+const QByteArray refusal = QByteArrayLiteral("error ");
 
 } // namespace
 
@@ -57,25 +58,41 @@ bool SingleInstance::claim()
     return true;
 }
 
-bool SingleInstance::notifyRunningInstance(int timeoutMs)
+SingleInstance::Reply SingleInstance::sendRequest(const QString& request, int timeoutMs)
 {
+    Reply reply;
+    if (request.contains(QLatin1Char('\n'))) {
+        reply.status = Reply::Status::refused;
+        reply.message = QStringLiteral("A request is one line.");
+        return reply;
+    }
     QDeadlineTimer deadline(timeoutMs);
+    const auto remaining = [&deadline] { return int(std::max<qint64>(deadline.remainingTime(), 1)); };
     // The running launch may hold the lock but not listen yet: it is still starting.
     while (!deadline.hasExpired()) {
         QLocalSocket socket;
         socket.connectToServer(m_socketPath);
-        if (socket.waitForConnected(int(std::max<qint64>(deadline.remainingTime(), 1)))) {
-            socket.write(reopenMessage);
-            if (!socket.waitForBytesWritten(int(std::max<qint64>(deadline.remainingTime(), 1))))
-                return false;
+        if (socket.waitForConnected(remaining())) {
+            socket.write(request.toUtf8() + '\n');
+            if (!socket.waitForBytesWritten(remaining()))
+                return reply;
             QByteArray answer;
-            while (!answer.contains('\n') && socket.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1))))
+            while (!answer.contains('\n') && socket.waitForReadyRead(remaining()))
                 answer += socket.readAll();
-            return answer == acknowledgement;
+            if (!answer.endsWith('\n'))
+                return reply;
+            answer.chop(1);
+            if (answer == acknowledgement) {
+                reply.status = Reply::Status::done;
+            } else if (answer.startsWith(refusal)) {
+                reply.status = Reply::Status::refused;
+                reply.message = QString::fromUtf8(answer.mid(refusal.size()));
+            }
+            return reply;
         }
         QThread::msleep(50);
     }
-    return false;
+    return reply;
 }
 
 void SingleInstance::onNewConnection()
@@ -85,16 +102,30 @@ void SingleInstance::onNewConnection()
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
             if (!socket->canReadLine())
                 return;
-            const QByteArray line = socket->readLine();
-            if (line != reopenMessage) {
-                qCWarning(lcApp) << "Ignored an unknown message on the instance socket";
-                socket->disconnectFromServer();
-                return;
-            }
-            socket->write(acknowledgement);
-            socket->flush();
-            qCInfo(lcApp) << "Tembrel was launched again; showing Settings";
-            Q_EMIT reopenRequested();
+            QByteArray line = socket->readLine();
+            line.chop(1);
+            answer(socket, QString::fromUtf8(line));
         });
+    }
+}
+
+void SingleInstance::answer(QLocalSocket* socket, const QString& request)
+{
+    std::optional<QString> outcome;
+    if (request == reopenRequest())
+        outcome = QString();
+    else if (m_handler)
+        outcome = m_handler(request);
+    if (!outcome) {
+        qCWarning(lcApp) << "Ignored an unknown message on the instance socket";
+        socket->disconnectFromServer();
+        return;
+    }
+    QByteArray reply = outcome->isEmpty() ? acknowledgement : refusal + outcome->simplified().toUtf8();
+    socket->write(reply + '\n');
+    socket->flush();
+    if (request == reopenRequest()) {
+        qCInfo(lcApp) << "Tembrel was launched again; showing Settings";
+        Q_EMIT reopenRequested();
     }
 }

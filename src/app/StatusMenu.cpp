@@ -1,4 +1,5 @@
 #include "app/StatusMenu.h"
+#include "app/AppIcons.h"
 #include "core/Logging.h"
 
 #include <QAction>
@@ -32,6 +33,8 @@ StatusMenu::StatusMenu(QObject* parent)
     connect(m_settings, &QAction::triggered, this, &StatusMenu::showSettingsRequested);
     connect(m_quit, &QAction::triggered, this, &StatusMenu::quitRequested);
 
+    qCDebug(lcApp).noquote() << "Tray icon:" << (m_tray->icon().name().isEmpty() ? QStringLiteral("built in")
+                                                                                : m_tray->icon().name());
     m_tray->setToolTip(QStringLiteral("Tembrel"));
     m_tray->setContextMenu(m_menu.get());
     // A left click opens the same menu, as the menu-bar item does on macOS. Trays that show the
@@ -67,7 +70,7 @@ bool StatusMenu::show()
     const bool available = QSystemTrayIcon::isSystemTrayAvailable();
     if (!available)
         qCWarning(lcApp) << "No system tray on this desktop: Tembrel keeps running with its shortcuts;"
-                            " launch it again to open Settings";
+                            " open it again from the application menu to reach Settings";
     // Also without a tray: Qt shows the icon as soon as one appears.
     m_tray->show();
     return available;
@@ -80,5 +83,5 @@ QList<QAction*> StatusMenu::actions() const
 
 QIcon StatusMenu::icon()
 {
-    return QIcon(QStringLiteral(":/Tembrel/app/MenuBarIcon.svg"));
+    return AppIcons::tray();
 }

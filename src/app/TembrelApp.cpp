@@ -93,9 +93,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
 
     m_hotkeys = std::make_unique<HotkeyManager>(*m_platform->shortcuts);
     ShortcutAvailability::instance().setShortcuts(m_platform->shortcuts.get());
-    m_hotkeys->onModeTriggered = [coordinator](const QUuid& modeId) {
-        coordinator->startFix(storedUuidString(modeId));
-    };
+    m_hotkeys->onModeTriggered = [this](const QUuid& modeId) { triggerMode(modeId); };
 
     m_updates = std::make_unique<UpdateController>(*m_settings, m_defaults);
 }
@@ -127,6 +125,33 @@ void TembrelApp::start()
     m_updates->start();
     qCInfo(lcApp) << "Tembrel is running";
     Q_EMIT started();
+}
+
+void TembrelApp::triggerMode(const QUuid& modeId)
+{
+    m_coordinator->startFix(storedUuidString(modeId));
+}
+
+QString TembrelApp::fixWithMode(const QString& nameOrId)
+{
+    const QString wanted = nameOrId.trimmed();
+    const QUuid id = QUuid::fromString(wanted);
+    std::optional<Mode> match = id.isNull() ? std::nullopt : m_modes->mode(id);
+    if (!match) {
+        const QList<Mode>& modes = m_modes->modes();
+        const auto named = std::find_if(modes.cbegin(), modes.cend(), [&wanted](const Mode& mode) {
+            return mode.name.compare(wanted, Qt::CaseInsensitive) == 0;
+        });
+        if (named != modes.cend())
+            match = *named;
+    }
+    if (!match)
+        return QStringLiteral("There is no mode called '%1'.").arg(nameOrId);
+    if (!match->isEnabled)
+        return QStringLiteral("The mode '%1' is turned off in Settings.").arg(match->name);
+    qCInfo(lcApp).noquote() << "Fixing the selection with the mode" << match->name << "as asked on the command line";
+    triggerMode(match->id);
+    return {};
 }
 
 void TembrelApp::registerHotkeys()

@@ -50,6 +50,9 @@ public:
     void showOnboarding();
     /// Ends Tembrel through the application's normal exit.
     void quit();
+    /// Fixes the current selection with the mode named `nameOrId` (its id, or its name in any
+    /// case), exactly as that mode's shortcut does. Returns why not when no enabled mode matches.
+    QString fixWithMode(const QString& nameOrId);
 
     [[nodiscard]] FixCoordinator& coordinator() { return *m_coordinator; }
     [[nodiscard]] InlineDiffPanelController& panel() { return *m_panel; }
@@ -79,6 +82,7 @@ Q_SIGNALS:
     void started();
 
 private:
+    void triggerMode(const QUuid& modeId);
     void registerHotkeys();
     void watchModeShortcuts();
     void promptForOnboardingOrTrust();

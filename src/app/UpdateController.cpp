@@ -1,4 +1,5 @@
 #include "app/UpdateController.h"
+#include "app/AppIcons.h"
 #include "app/BuildConfig.h"
 #include "core/Logging.h"
 #include "settings/SettingsManager.h"
@@ -99,7 +100,7 @@ void UpdateController::showDialog(const UpdateNotice& notice)
                                                                           : QMessageBox::Information,
                                 notice.title, notice.text);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowIcon(QIcon(QStringLiteral(":/Tembrel/app/MenuBarIcon.svg")));
+    box->setWindowIcon(AppIcons::application());
     if (!notice.details.isEmpty()) {
         box->setInformativeText(notice.details);
         box->setTextFormat(Qt::RichText);

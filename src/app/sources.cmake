@@ -8,6 +8,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   app/SingleInstance.h app/SingleInstance.cpp
 )
 list(APPEND TEMBREL_GUI_SOURCES
+  app/AppIcons.h app/AppIcons.cpp
   app/FixAdapters.h app/FixAdapters.cpp
   app/TaskbarPolicy.h app/TaskbarPolicy.cpp
   app/StatusMenu.h app/StatusMenu.cpp

@@ -1,48 +1,96 @@
 // tembrel-cli: the product's text tools on the command line.
 
+#include "app/BuildConfig.h"
 #include "cli/ClipboardCommand.h"
 #include "cli/DiffCommand.h"
 #include "cli/QuillCommand.h"
 
+#include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QGuiApplication>
-
 #include <QStringList>
 
 #include <cstdio>
+#include <iterator>
 
 namespace {
 
-const char kUsage[] = "usage: tembrel-cli <command> [arguments]\n"
-                      "commands:\n"
-                      "  diff [--json] ORIGINAL FIXED   word diff of two texts (- reads standard input)\n"
-                      "  quill [FILE]                   HTML of a Quill delta (standard input without FILE)\n"
-                      "  clipboard                      what Tembrel reads from the clipboard right now\n";
+// One line per command: its name, its synopsis in the help, and what runs it with the arguments
+// that follow the name.
+struct Command
+{
+    const char* name;
+    const char* synopsis;
+    int (*run)(const QStringList& arguments);
+    bool needsDisplay = false; // reads the window system (the clipboard)
+};
+
+const Command commands[] = {
+    {"diff", "diff [--json] ORIGINAL FIXED   word diff of two texts (- reads standard input)", runDiffCommand},
+    {"quill", "quill [FILE]                   HTML of a Quill delta (standard input without FILE)", runQuillCommand},
+    {"clipboard", "clipboard                      what Tembrel reads from the clipboard right now",
+     runClipboardCommand, true},
+};
+
+QString commandList()
+{
+    QString text = QStringLiteral("Commands:\n");
+    for (const Command& command : commands)
+        text += QStringLiteral("  ") + QLatin1String(command.synopsis) + QLatin1Char('\n');
+    return text;
+}
+
+int misuse(const QString& message)
+{
+    std::fprintf(stderr, "tembrel-cli: %s\nTry 'tembrel-cli --help' for the commands.\n", qUtf8Printable(message));
+    return 2;
+}
 
 } // namespace
 
-int main(int argc, char **argv)
+int main(int argc, char** argv)
 {
+    QCoreApplication::setApplicationName(QStringLiteral("tembrel-cli"));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(BuildConfig::version));
     QStringList arguments;
-    for (int k = 1; k < argc; ++k)
+    for (int k = 0; k < argc; ++k)
         arguments.append(QString::fromLocal8Bit(argv[k]));
-    if (arguments.isEmpty()) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    const QString command = arguments.takeFirst();
-    if (command == u"diff")
-        return runDiffCommand(arguments);
-    if (command == u"quill")
-        return runQuillCommand(arguments);
-    if (command == u"clipboard") {
-        // Reading the clipboard needs the window system; the other commands run without one.
-        QGuiApplication app(argc, argv);
-        return runClipboardCommand(arguments);
-    }
-    if (command == u"--help" || command == u"-h" || command == u"help") {
-        std::fputs(kUsage, stdout);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Tembrel's text tools on the command line."));
+    // Everything after the command's name belongs to the command.
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show the commands."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Show the version."));
+    parser.addOption(help);
+    parser.addOption(version);
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("What to do; see below."),
+                                 QStringLiteral("<command> [arguments]"));
+    if (!parser.parse(arguments))
+        return misuse(parser.errorText());
+    if (parser.isSet(help)) {
+        QString text = parser.helpText() + QLatin1Char('\n') + commandList();
+        text.replace(QStringLiteral("<executable_name>"), QStringLiteral("tembrel-cli"));
+        std::fputs(qUtf8Printable(text), stdout);
         return 0;
     }
-    std::fprintf(stderr, "tembrel-cli: unknown command '%s'\n%s", qUtf8Printable(command), kUsage);
-    return 2;
+    if (parser.isSet(version)) {
+        std::printf("tembrel-cli %s\n", BuildConfig::version);
+        return 0;
+    }
+    QStringList rest = parser.positionalArguments();
+    if (rest.isEmpty())
+        return misuse(QStringLiteral("Name a command."));
+    const QString name = rest.takeFirst();
+    for (const Command& command : commands) {
+        if (name != QLatin1String(command.name))
+            continue;
+        if (command.needsDisplay) {
+            QGuiApplication app(argc, argv);
+            return command.run(rest);
+        }
+        return command.run(rest);
+    }
+    return misuse(QStringLiteral("Unknown command '%1'.").arg(name));
 }

@@ -1,5 +1,6 @@
 #include "settings/SettingsWindowController.h"
 
+#include "analytics/PostHogConfig.h"
 #include "app/BuildConfig.h"
 #include "core/Logging.h"
 #include "core/TextFormat.h"
@@ -21,6 +22,7 @@
 #include <QQuickView>
 #include <QScreen>
 #include <QSettings>
+#include <QSystemTrayIcon>
 
 namespace {
 
@@ -123,11 +125,36 @@ bool SettingsWindowController::launchAtLogin() const
 
 void SettingsWindowController::setLaunchAtLogin(bool enabled)
 {
+    m_loginItemError.clear();
     if (!m_loginItem.setEnabled(enabled)) {
+        m_loginItemError = m_loginItem.lastError();
         qCWarning(lcSettings, "Failed to %s launch at login: %s", enabled ? "enable" : "disable",
-                  qUtf8Printable(m_loginItem.lastError()));
+                  qUtf8Printable(m_loginItemError));
     }
     Q_EMIT launchAtLoginChanged();
+}
+
+QString SettingsWindowController::launchAtLoginProblem() const
+{
+    // An entry whose program is gone, and that could not be repaired, is reported beside the switch.
+    if (m_loginItemError.isEmpty() && m_loginItem.status() == LoginItem::Status::notFound)
+        return m_loginItem.lastError();
+    return m_loginItemError;
+}
+
+bool SettingsWindowController::analyticsBuiltIn() const
+{
+    return !PostHogConfig::fromBuildOptions().apiKey.isEmpty();
+}
+
+QString SettingsWindowController::analyticsHelp() const
+{
+    return analyticsBuiltIn() ? SettingsWindowTexts::analyticsHelp : SettingsWindowTexts::analyticsNotBuiltIn;
+}
+
+QString SettingsWindowController::noTrayHint() const
+{
+    return QSystemTrayIcon::isSystemTrayAvailable() ? QString() : SettingsWindowTexts::noTrayHint;
 }
 
 bool SettingsWindowController::showWelcomeOnLaunch() const

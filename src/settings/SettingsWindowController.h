@@ -29,6 +29,10 @@ class SettingsWindowController : public QObject
     QML_UNCREATABLE("Made by the app")
     Q_PROPERTY(bool isFromOnboarding READ isFromOnboarding NOTIFY isFromOnboardingChanged)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY launchAtLoginChanged)
+    Q_PROPERTY(QString launchAtLoginProblem READ launchAtLoginProblem NOTIFY launchAtLoginChanged)
+    Q_PROPERTY(bool analyticsBuiltIn READ analyticsBuiltIn CONSTANT)
+    Q_PROPERTY(QString analyticsHelp READ analyticsHelp CONSTANT)
+    Q_PROPERTY(QString noTrayHint READ noTrayHint CONSTANT)
     Q_PROPERTY(bool showWelcomeOnLaunch READ showWelcomeOnLaunch WRITE setShowWelcomeOnLaunch NOTIFY showWelcomeOnLaunchChanged)
     Q_PROPERTY(QString shortcutText READ shortcutText NOTIFY shortcutTextChanged)
     Q_PROPERTY(QString version READ version CONSTANT)
@@ -66,6 +70,13 @@ public:
     [[nodiscard]] bool isFromOnboarding() const { return m_isFromOnboarding; }
     [[nodiscard]] bool launchAtLogin() const;
     void setLaunchAtLogin(bool enabled);
+    /// Why launching at login is off although asked for, or failed to change; empty otherwise.
+    [[nodiscard]] QString launchAtLoginProblem() const;
+    /// Whether this build can send usage data at all: only a build with an analytics key can.
+    [[nodiscard]] bool analyticsBuiltIn() const;
+    [[nodiscard]] QString analyticsHelp() const;
+    /// Where the desktop has no tray, how to come back to this window; empty otherwise.
+    [[nodiscard]] QString noTrayHint() const;
     [[nodiscard]] bool showWelcomeOnLaunch() const;
     void setShowWelcomeOnLaunch(bool show);
     /// The primary mode's shortcut as this platform writes it.
@@ -123,6 +134,7 @@ private:
     std::function<void(QWindow*)> m_onWindowCreated;
     std::function<void()> m_onViewHistory;
     bool m_isFromOnboarding = false;
+    QString m_loginItemError;
     QString m_apiKey;
     QString m_apiKeyError;
     std::optional<QString> m_keyToWrite;

@@ -96,6 +96,19 @@ Page {
                 }
             }
 
+            Label {
+                objectName: "noTrayHint"
+                visible: text.length > 0
+                text: settingsWindow.noTrayHint
+                Layout.fillWidth: true
+                Layout.topMargin: 4
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.WordWrap
+                font.pointSize: 8
+                color: pal.windowText
+                opacity: 0.8
+            }
+
             // General.
             SettingsWindowSection {
                 Layout.fillWidth: true
@@ -103,6 +116,7 @@ Page {
                     objectName: "launchAtLogin"
                     Layout.fillWidth: true
                     text: "Launch at login"
+                    help: settingsWindow.launchAtLoginProblem
                     value: settingsWindow.launchAtLogin
                     onToggledTo: function(checked) { settingsWindow.launchAtLogin = checked }
                 }
@@ -117,8 +131,9 @@ Page {
                     objectName: "analytics"
                     Layout.fillWidth: true
                     text: "Send anonymous usage data"
-                    help: "Helps improve Tembrel. No text or personal data is ever sent."
-                    value: settings.analyticsEnabled
+                    help: settingsWindow.analyticsHelp
+                    enabled: settingsWindow.analyticsBuiltIn
+                    value: settingsWindow.analyticsBuiltIn && settings.analyticsEnabled
                     onToggledTo: function(checked) { settings.analyticsEnabled = checked }
                 }
                 SettingsWindowSwitchRow {

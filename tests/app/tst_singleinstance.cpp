@@ -63,6 +63,53 @@ private Q_SLOTS:
         }
     }
 
+    void requestsAreAnswered_data()
+    {
+        QTest::addColumn<QString>("request");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("message");
+        using Status = SingleInstance::Reply::Status;
+        QTest::newRow("reopen, without the handler") << "reopen" << int(Status::done) << QString();
+        QTest::newRow("done") << "history" << int(Status::done) << QString();
+        QTest::newRow("refused, with the reason") << "fix Pirate" << int(Status::refused)
+                                                  << QStringLiteral("There is no mode called 'Pirate'.");
+        QTest::newRow("not understood: dropped") << "dance" << int(Status::noAnswer) << QString();
+    }
+
+    void requestsAreAnswered()
+    {
+        QFETCH(QString, request);
+        QFETCH(int, status);
+        QFETCH(QString, message);
+        const QString path = freshSocketPath();
+        SingleInstance first(path);
+        QVERIFY(first.claim());
+        QStringList handled;
+        first.setRequestHandler([&handled](const QString& line) -> std::optional<QString> {
+            handled.append(line);
+            if (line == u"history")
+                return QString();
+            if (line.startsWith(u"fix "))
+                return QStringLiteral("There is no mode called '%1'.").arg(line.mid(4));
+            return std::nullopt;
+        });
+        QSignalSpy reopened(&first, &SingleInstance::reopenRequested);
+        SingleInstance later(path);
+        std::optional<SingleInstance::Reply> reply;
+        std::atomic<bool> answered{false};
+        std::thread launch([&] {
+            reply = later.sendRequest(request, 1000);
+            answered = true;
+        });
+        const bool inTime = QTest::qWaitFor([&] { return answered.load(); }, 3000);
+        launch.join();
+        QVERIFY(inTime);
+        QCOMPARE(int(reply->status), status);
+        QCOMPARE(reply->message, message);
+        QCOMPARE(reopened.size(), request == u"reopen" ? 1 : 0);
+        QCOMPARE(handled, request == u"reopen" ? QStringList() : QStringList{request});
+    }
+
     void theNextLaunchTakesOverWhenTheFirstEnds()
     {
         const QString path = freshSocketPath();

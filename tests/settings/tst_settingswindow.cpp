@@ -8,6 +8,7 @@
 #include <QCoro/QCoroTask>
 #include <QQuickWindow>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
@@ -112,6 +113,9 @@ private Q_SLOTS:
         QFETCH(QString, key);
         QFETCH(bool, before);
         const bool inverted = key == QStringLiteral("skipOnboarding");
+        // Only a build with an analytics key offers the choice.
+        qputenv("TEMBREL_POSTHOG_KEY", "phc_test_key");
+        const auto forgetKey = qScopeGuard([] { qunsetenv("TEMBREL_POSTHOG_KEY"); });
         QVERIFY(m_ui->open());
         QQuickItem* toggle = m_ui->item(control + QStringLiteral("Switch"));
         QVERIFY(toggle);
@@ -127,11 +131,26 @@ private Q_SLOTS:
         QCOMPARE(toggle->property("checked").toBool(), before);
     }
 
+    void analyticsWithoutAKeySendsNothing()
+    {
+        qunsetenv("TEMBREL_POSTHOG_KEY");
+        QVERIFY(m_ui->open());
+        QQuickItem* row = m_ui->item(QStringLiteral("analytics"));
+        QQuickItem* toggle = m_ui->item(QStringLiteral("analyticsSwitch"));
+        QVERIFY(row && toggle);
+        // The stored consent is on, yet this build sends nothing: the switch must not claim otherwise.
+        QVERIFY(m_ui->settings->analyticsEnabled());
+        QVERIFY(!toggle->property("checked").toBool());
+        QVERIFY(!toggle->isEnabled());
+        QVERIFY2(row->property("help").toString().contains(QStringLiteral("sends no usage data")),
+                 qPrintable(row->property("help").toString()));
+    }
+
     void launchAtLogin_data()
     {
         QTest::addColumn<bool>("refused");
         QTest::newRow("accepted") << false;
-        QTest::newRow("refused: logged, nothing shown") << true;
+        QTest::newRow("refused: logged and shown beside the switch") << true;
     }
 
     void launchAtLogin()
@@ -155,6 +174,8 @@ private Q_SLOTS:
             // The switch tells the truth: after a refusal it stays as the system has it.
             QCOMPARE(switchedOn(), enable != refused);
             QCOMPARE(m_ui->loginItem.currentStatus == LoginItem::Status::enabled, enable != refused);
+            QCOMPARE(m_ui->item(QStringLiteral("launchAtLogin"))->property("help").toString(),
+                     refused ? m_ui->loginItem.error : QString());
         }
     }
 
