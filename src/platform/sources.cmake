@@ -19,3 +19,5 @@ set(TEMBREL_PLATFORM_X11_SOURCES ${TEMBREL_PLATFORM_HEADERS}
 set(TEMBREL_PLATFORM_FAKE_SOURCES ${TEMBREL_PLATFORM_HEADERS}
   platform/fake/FakePlatform.h platform/fake/FakePlatform.cpp
 )
+# Reading the session from the environment needs no display: it is decided before Qt connects.
+list(APPEND TEMBREL_CORE_SOURCES platform/SessionInfo.h platform/SessionInfo.cpp)
