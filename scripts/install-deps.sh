@@ -15,10 +15,14 @@ build_packages=(
   qcoro-qt6-dev qtkeychain-qt6-dev zlib1g-dev
   libx11-dev libx11-xcb-dev libxtst-dev libxi-dev libxcb1-dev libgl-dev libvulkan-dev libxkbcommon-dev
   libbenchmark-dev
+  # Wayland backend: client library, protocol generator and Qt's Wayland platform plugin
+  libwayland-dev libwayland-bin wayland-protocols qt6-wayland qt6-wayland-dev
 )
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
   chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc trayer
+  # Wayland tests: a headless sway, and wl-clipboard as the other application
+  sway wl-clipboard xdg-desktop-portal-wlr
 )
 
 wanted=("${build_packages[@]}")

@@ -3,6 +3,7 @@
 #include "core/Logging.h"
 #include "diff/HtmlDiffWarmup.h"
 #include "platform/PlatformServices.h"
+#include "platform/SessionInfo.h"
 
 #include <QApplication>
 #include <QtQml/qqmlextensionplugin.h>
@@ -11,6 +12,9 @@ Q_IMPORT_QML_PLUGIN(TembrelPlugin)
 
 int main(int argc, char* argv[])
 {
+    // The platform backend needs Qt on the same window system, chosen before Qt connects to one.
+    SessionInfo::detect().selectQtPlatform();
+
     // The web engine shares OpenGL contexts with Qt Quick, and both must be set up before the
     // application object exists.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);

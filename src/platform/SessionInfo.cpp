@@ -1,5 +1,7 @@
 #include "platform/SessionInfo.h"
 
+#include "core/Logging.h"
+
 #include <QDir>
 #include <QLibraryInfo>
 
@@ -92,6 +94,29 @@ QStringList SessionInfo::installedQtPlatforms()
     if (names.contains(QStringLiteral("wayland-generic")))
         names << QStringLiteral("wayland");
     return names;
+}
+
+void SessionInfo::selectQtPlatform() const
+{
+    qCInfo(lcPlatform).noquote() << "Session:" << description();
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qCInfo(lcPlatform).noquote() << "Using the Qt platform the user chose:" << qEnvironmentVariable("QT_QPA_PLATFORM");
+        return;
+    }
+    const QStringList installed = installedQtPlatforms();
+    const QString platform = qtPlatform(installed);
+    if (backend() == Backend::wayland && platform != QLatin1String("wayland"))
+        qCWarning(lcPlatform).noquote() << "Qt's Wayland plugin is not installed (Debian: qt6-wayland); using" << platform;
+    if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
+        qCWarning(lcPlatform).noquote() << "No display Tembrel can show windows on; running" << platform
+                                        << "so the command line and settings still work";
+    // Qt tries the platforms of a ';' list in turn: a display that refuses the connection falls
+    // through to one without windows instead of ending the process.
+    QString list = platform;
+    if (platform != QLatin1String("offscreen") && installed.contains(QLatin1String("offscreen")))
+        list += QStringLiteral(";offscreen");
+    qCInfo(lcPlatform).noquote() << "Qt platform:" << list;
+    qputenv("QT_QPA_PLATFORM", list.toUtf8());
 }
 
 QString SessionInfo::description() const

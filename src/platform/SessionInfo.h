@@ -29,6 +29,9 @@ struct SessionInfo
     [[nodiscard]] QString qtPlatform(const QStringList& installedPlugins) const;
     /// The Qt platform plugins installed with this Qt ("xcb", "wayland", "offscreen", …).
     [[nodiscard]] static QStringList installedQtPlatforms();
+    /// Before the application object exists: tells Qt which platform to use unless the user chose
+    /// one (QT_QPA_PLATFORM), with "offscreen" behind it so an unreachable display never aborts.
+    void selectQtPlatform() const;
 
     /// One line for the log: the session as detected.
     [[nodiscard]] QString description() const;
