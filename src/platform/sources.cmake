@@ -21,6 +21,7 @@ set(TEMBREL_PLATFORM_WAYLAND_SOURCES ${TEMBREL_PLATFORM_HEADERS}
   platform/wayland/WaylandClipboard.h platform/wayland/WaylandClipboard.cpp
   platform/wayland/WaylandKeySender.h platform/wayland/WaylandKeySender.cpp
   platform/wayland/WaylandDesktop.h
+  platform/wayland/SwayWorkspace.h platform/wayland/SwayWorkspace.cpp
   platform/wayland/WaylandPlatformServices.h platform/wayland/WaylandPlatformServices.cpp
 )
 # Wayland protocols Debian does not package, generated into C glue at build time.

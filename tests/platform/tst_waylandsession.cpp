@@ -1,4 +1,5 @@
 #include "platform/SessionInfo.h"
+#include "platform/wayland/SwayWorkspace.h"
 #include "platform/wayland/WaylandClipboard.h"
 #include "platform/wayland/WaylandConnection.h"
 #include "platform/wayland/WaylandKeySender.h"
@@ -208,6 +209,13 @@ void TestWaylandSession::copyChordCopiesTheFocusedSelection()
         copied = data ? data->text() : QString();
     }
     QCOMPARE(copied, QStringLiteral("teh selection"));
+
+    // sway says which window that was, so a terminal would get its own copy chord.
+    const QStringList ipc = QDir(m_runtime.path()).entryList({QStringLiteral("sway-ipc.*.sock")}, QDir::System);
+    QCOMPARE(ipc.size(), 1);
+    const SwayWorkspace workspace(m_runtime.filePath(ipc.constFirst()));
+    QCOMPARE(workspace.frontmostApplicationIds(), QStringList{QCoreApplication::applicationName()});
+    QCOMPARE(SwayWorkspace(QString()).frontmostApplicationIds(), QStringList());
     editor.kill();
     editor.waitForFinished();
 }

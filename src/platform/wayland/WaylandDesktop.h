@@ -3,7 +3,6 @@
 #include "platform/GlobalShortcuts.h"
 #include "platform/KeyMonitor.h"
 #include "platform/SessionInfo.h"
-#include "platform/Workspace.h"
 
 class KeySender;
 class SystemClipboard;
@@ -26,15 +25,6 @@ private:
     const KeySender* m_keySender;
     const SystemClipboard* m_clipboard;
     SessionInfo m_session;
-};
-
-/// What a Wayland client may know of the desktop: every compositor composites, and none tells
-/// which application has the focus.
-class WaylandWorkspace : public Workspace
-{
-public:
-    [[nodiscard]] QString frontmostApplicationName() const override { return {}; }
-    [[nodiscard]] bool hasCompositor() const override { return true; }
 };
 
 /// Wayland compositors keep global shortcuts to themselves: each mode is bound in the compositor's

@@ -2,6 +2,7 @@
 
 #include "core/Logging.h"
 #include "platform/PlatformServices.h"
+#include "platform/wayland/SwayWorkspace.h"
 #include "platform/wayland/WaylandClipboard.h"
 #include "platform/wayland/WaylandConnection.h"
 #include "platform/wayland/WaylandDesktop.h"
@@ -50,7 +51,7 @@ std::unique_ptr<PlatformServices> createWaylandPlatformServices(const SessionInf
     services->keySender = std::make_unique<WaylandKeySender>(*connection);
     services->trust = std::make_unique<WaylandAccessibilityTrust>(services->keySender.get(),
                                                                   services->clipboard.get(), session);
-    services->workspace = std::make_unique<WaylandWorkspace>();
+    services->workspace = std::make_unique<SwayWorkspace>(qEnvironmentVariable("SWAYSOCK"));
     services->shortcuts = std::make_unique<WaylandGlobalShortcuts>(session);
     services->keyMonitor = std::make_unique<WaylandKeyMonitor>();
     services->loginItem = std::make_unique<XdgLoginItem>();
