@@ -178,3 +178,14 @@ QString SessionInfo::compositorBinding(const QString& keys, const QString& mode)
     parts << key;
     return QStringLiteral("bindsym %1 exec %2").arg(parts.join(QLatin1Char('+')), command);
 }
+
+QStringList SessionInfo::compositorWindowRules() const
+{
+    if (kind != Kind::wayland || desktop != Desktop::wlroots)
+        return {};
+    if (desktopName.compare(QLatin1String("Hyprland"), Qt::CaseInsensitive) == 0)
+        return {QStringLiteral("windowrulev2 = float, title:^(Tembrel)$"),
+                QStringLiteral("windowrulev2 = nofocus, title:^(Tembrel)$")};
+    return {QStringLiteral("for_window [title=\"^Tembrel$\"] floating enable, sticky enable"),
+            QStringLiteral("no_focus [title=\"^Tembrel$\"]")};
+}

@@ -42,4 +42,7 @@ struct SessionInfo
     /// The line that binds `keys` (as shown on Linux, "Ctrl+Shift+S") to `tembrel --fix MODE` in
     /// this compositor's configuration; empty where shortcuts are set in the desktop's settings.
     [[nodiscard]] QString compositorBinding(const QString& keys, const QString& mode) const;
+    /// The compositor's rules that keep the result panel (a window titled "Tembrel") floating and
+    /// from taking the keyboard focus; empty where the compositor needs none.
+    [[nodiscard]] QStringList compositorWindowRules() const;
 };

@@ -153,6 +153,8 @@ QString SettingsWindowController::compositorBindings() const
         if (!line.isEmpty())
             lines << line;
     }
+    if (!lines.isEmpty())
+        lines << m_session.compositorWindowRules();
     return lines.join(QLatin1Char('\n'));
 }
 

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
 #include <QLineEdit>
 #include <QProcess>
 #include <QScopeGuard>
@@ -75,6 +76,13 @@ void TestWaylandSession::initTestCase()
     QFile config(m_runtime.filePath(QStringLiteral("sway.conf")));
     QVERIFY(config.open(QIODevice::WriteOnly));
     config.write("xwayland disable\n");
+    // The rules Settings tells sway users to add, so the panel below must not take the focus.
+    QProcessEnvironment sway;
+    sway.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("wayland-tembrel"));
+    sway.insert(QStringLiteral("SWAYSOCK"), QStringLiteral("sway.sock"));
+    const QStringList rules = SessionInfo::detect(sway).compositorWindowRules();
+    QCOMPARE(rules.size(), 2);
+    config.write(rules.join(QLatin1Char('\n')).toUtf8() + '\n');
     config.close();
 
     QProcessEnvironment env = waylandEnvironment();
@@ -216,6 +224,16 @@ void TestWaylandSession::copyChordCopiesTheFocusedSelection()
     const SwayWorkspace workspace(m_runtime.filePath(ipc.constFirst()));
     QCOMPARE(workspace.frontmostApplicationIds(), QStringList{QCoreApplication::applicationName()});
     QCOMPARE(SwayWorkspace(QString()).frontmostApplicationIds(), QStringList());
+
+    // A panel titled as Tembrel's appears: the user's window keeps the keyboard.
+    QProcess panel;
+    panel.setProcessEnvironment(env);
+    panel.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--panel"), QStringLiteral("Tembrel")});
+    QVERIFY(panel.waitForReadyRead(10000));
+    QTest::qWait(300);
+    QCOMPARE(workspace.frontmostApplicationIds(), QStringList{QCoreApplication::applicationName()});
+    panel.kill();
+    panel.waitForFinished();
     editor.kill();
     editor.waitForFinished();
 }
@@ -247,6 +265,17 @@ void TestWaylandSession::appStartsOnWayland()
 int main(int argc, char* argv[])
 {
     // The window the copy chord is sent to: a line edit with its text selected.
+    // A window like the result panel, under an application id of its own.
+    if (argc == 3 && qstrcmp(argv[1], "--panel") == 0) {
+        QApplication app(argc, argv);
+        QGuiApplication::setDesktopFileName(QStringLiteral("tembrel-panel"));
+        QLabel panel(QStringLiteral("fixed"));
+        panel.setWindowTitle(QString::fromUtf8(argv[2]));
+        panel.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
+        panel.show();
+        QTimer::singleShot(300, [] { fputs("shown\n", stdout); fflush(stdout); });
+        return QApplication::exec();
+    }
     if (argc == 3 && qstrcmp(argv[1], "--line-edit") == 0) {
         QApplication app(argc, argv);
         QLineEdit edit(QString::fromUtf8(argv[2]));

@@ -101,12 +101,14 @@ private Q_SLOTS:
         qunsetenv("SWAYSOCK");
         QVERIFY(m_ui->open());
         Mode primary = m_ui->modes->defaultMode();
-        const QString expected = "bindsym Ctrl+Shift+s exec tembrel --fix " + primary.name;
-        QCOMPARE(m_ui->text(QStringLiteral("compositorBindings")), expected);
+        const QString rules = "\nfor_window [title=\"^Tembrel$\"] floating enable, sticky enable"
+                              "\nno_focus [title=\"^Tembrel$\"]";
+        QCOMPARE(m_ui->text(QStringLiteral("compositorBindings")),
+                 "bindsym Ctrl+Shift+s exec tembrel --fix " + primary.name + rules);
         primary.hotkey = Hotkey{96, Hotkey::optionFlag};
         m_ui->modes->updateMode(primary);
         QTRY_COMPARE(m_ui->text(QStringLiteral("compositorBindings")),
-                     "bindsym Alt+F5 exec tembrel --fix " + primary.name);
+                     "bindsym Alt+F5 exec tembrel --fix " + primary.name + rules);
 
         m_ui = std::make_unique<SettingsWindowDriver>(m_env); // on X11 Tembrel binds them itself
         QVERIFY(m_ui->open());
