@@ -15,6 +15,8 @@ build_packages=(
   qcoro-qt6-dev qtkeychain-qt6-dev zlib1g-dev
   libx11-dev libx11-xcb-dev libxtst-dev libxi-dev libxcb1-dev libgl-dev libvulkan-dev libxkbcommon-dev
   libbenchmark-dev
+  # Wayland backend: client library, protocol generator and Qt's Wayland platform plugin
+  libwayland-dev libwayland-bin wayland-protocols qt6-wayland qt6-wayland-dev
 )
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
@@ -23,6 +25,8 @@ test_packages=(
   abiword
   # the package test: building, checking and unpacking the Debian package
   dpkg-dev fakeroot file lintian desktop-file-utils appstream man-db
+  # Wayland tests: a headless sway, and wl-clipboard as the other application
+  sway wl-clipboard xdg-desktop-portal-wlr
 )
 # building the Debian package (scripts/build-deb.sh)
 package_packages=(dpkg-dev file)

@@ -66,6 +66,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     connect(qApp, &QCoreApplication::aboutToQuit, analytics, [analytics] { analytics->client().shutdown(); });
 
     m_clipboard = std::make_unique<ClipboardManager>();
+    m_clipboard->setSystemClipboard(m_platform->clipboard.get());
     m_selection = std::make_unique<SelectionManager>(*m_platform->keySender, *m_clipboard, *m_platform->workspace);
     m_cloudEngine = std::make_unique<CloudEngine>(CloudEngine::baseUrlFromEnvironment(),
                                                   [analytics] { return analytics->distinctId(); });

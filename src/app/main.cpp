@@ -7,6 +7,7 @@
 #include "core/Logging.h"
 #include "diff/HtmlDiffWarmup.h"
 #include "platform/PlatformServices.h"
+#include "platform/SessionInfo.h"
 
 #include <QApplication>
 #include <QtQml/qqmlextensionplugin.h>
@@ -77,6 +78,8 @@ int main(int argc, char* argv[])
     if (const int* status = std::get_if<int>(&parsed))
         return *status;
     const LaunchRequest request = std::get<LaunchRequest>(parsed);
+    // The platform backend needs Qt on the same window system, chosen before Qt connects to one.
+    SessionInfo::detect().selectQtPlatform();
 
     // The web engine shares OpenGL contexts with Qt Quick, and both must be set up before the
     // application object exists.

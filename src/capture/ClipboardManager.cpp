@@ -9,6 +9,7 @@
 #include "capture/RtfWriter.h"
 #include "core/Logging.h"
 #include "core/TextFormat.h"
+#include "platform/SystemClipboard.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -59,6 +60,16 @@ ClipboardManager::ClipboardManager(QClipboard* clipboard)
 {
 }
 
+ClipboardManager::~ClipboardManager() = default;
+
+const QMimeData* ClipboardManager::mimeData(bool primary) const
+{
+    if (!m_system)
+        return m_clipboard->mimeData(primary ? QClipboard::Selection : QClipboard::Clipboard);
+    m_systemData = m_system->read(primary ? SystemClipboard::Selection::primary : SystemClipboard::Selection::clipboard);
+    return m_systemData.get();
+}
+
 std::optional<ClipboardContent> ClipboardManager::contentFrom(const QMimeData& data)
 {
     if (auto slack = slackContent(data))
@@ -92,7 +103,7 @@ std::optional<ClipboardContent> ClipboardManager::contentFrom(const QMimeData& d
 
 std::optional<ClipboardContent> ClipboardManager::readContent() const
 {
-    const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
+    const QMimeData* data = mimeData(false);
     if (!data)
         return std::nullopt;
     return contentFrom(*data);
@@ -100,9 +111,9 @@ std::optional<ClipboardContent> ClipboardManager::readContent() const
 
 std::optional<ClipboardContent> ClipboardManager::readPrimarySelection() const
 {
-    if (!m_clipboard->supportsSelection())
+    if (m_system ? !m_system->supportsPrimary() : !m_clipboard->supportsSelection())
         return std::nullopt;
-    const QMimeData* data = m_clipboard->mimeData(QClipboard::Selection);
+    const QMimeData* data = mimeData(true);
     if (!data)
         return std::nullopt;
     return contentFrom(*data);
@@ -110,7 +121,7 @@ std::optional<ClipboardContent> ClipboardManager::readPrimarySelection() const
 
 std::optional<QString> ClipboardManager::readPlainText() const
 {
-    const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
+    const QMimeData* data = mimeData(false);
     if (!data || !data->hasText())
         return std::nullopt;
     const QString text = data->text();
@@ -121,7 +132,7 @@ std::optional<QString> ClipboardManager::readPlainText() const
 
 std::optional<QMap<QString, QString>> ClipboardManager::readChromiumCustomData() const
 {
-    const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
+    const QMimeData* data = mimeData(false);
     if (!data)
         return std::nullopt;
     return customData(*data);
@@ -151,7 +162,13 @@ QMimeData* ClipboardManager::fixedContentData(const QString& fixedText, const Ca
 
 bool ClipboardManager::writeFixedContent(const QString& fixedText, const CapturedContent& captured)
 {
-    m_clipboard->setMimeData(fixedContentData(fixedText, captured), QClipboard::Clipboard);
+    if (m_system) {
+        if (!m_system->write(std::unique_ptr<QMimeData>(fixedContentData(fixedText, captured)),
+                             SystemClipboard::Selection::clipboard))
+            qCWarning(lcClipboard) << "The system clipboard refused the fixed text";
+    } else {
+        m_clipboard->setMimeData(fixedContentData(fixedText, captured), QClipboard::Clipboard);
+    }
     return captured.isFromGoogleDocs;
 }
 

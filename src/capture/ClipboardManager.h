@@ -5,11 +5,13 @@
 #include <QByteArray>
 #include <QMap>
 #include <QString>
+#include <memory>
 #include <optional>
 
 class QClipboard;
 class QMimeData;
 class QTextDocument;
+class SystemClipboard;
 
 /// The only code that reads and interprets the system clipboard, and writes the fixed text back.
 /// Lives on the UI thread: the clipboard is not thread-safe.
@@ -18,6 +20,10 @@ class ClipboardManager
 public:
     /// Works on the application's clipboard unless given another.
     explicit ClipboardManager(QClipboard* clipboard = nullptr);
+    ~ClipboardManager();
+    /// Reads and writes through the platform's clipboard instead of Qt's, where Qt's cannot reach
+    /// other applications from the background; null goes back to Qt's. Must outlive this.
+    void setSystemClipboard(SystemClipboard* system) { m_system = system; }
 
     /// The current clipboard in its richest form (Slack delta, HTML, RTF, plain text); none when
     /// it holds no text.
@@ -48,5 +54,10 @@ public:
     [[nodiscard]] static QString cleanHTMLForFix(const QString& html);
 
 private:
+    /// The selection's data as last read; owned here when it came from the platform's clipboard.
+    [[nodiscard]] const QMimeData* mimeData(bool primary) const;
+
     QClipboard* m_clipboard;
+    SystemClipboard* m_system = nullptr;
+    mutable std::unique_ptr<QMimeData> m_systemData;
 };

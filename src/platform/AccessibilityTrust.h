@@ -11,4 +11,7 @@ public:
     virtual void requestTrust() = 0;
     /// One line that says why Tembrel is not trusted here; empty when it is.
     [[nodiscard]] virtual QString untrustedReason() const = 0;
+    /// What works in this session and what to do about the rest, shown even when trusted (e.g.
+    /// only X11 applications on a GNOME Wayland session); empty where everything works.
+    [[nodiscard]] virtual QString sessionNote() const { return {}; }
 };

@@ -144,6 +144,11 @@ QString OnboardingController::untrustedReason() const
     return m_trusted ? QString() : m_trust.untrustedReason();
 }
 
+QString OnboardingController::sessionNote() const
+{
+    return m_trust.sessionNote();
+}
+
 void OnboardingController::openSystemSettings()
 {
     m_trust.requestTrust();

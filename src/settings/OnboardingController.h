@@ -30,6 +30,7 @@ class OnboardingController : public QObject
     Q_PROPERTY(int pageCount READ pageCount CONSTANT)
     Q_PROPERTY(bool trusted READ isTrusted NOTIFY trustedChanged)
     Q_PROPERTY(QString untrustedReason READ untrustedReason NOTIFY trustedChanged)
+    Q_PROPERTY(QString sessionNote READ sessionNote NOTIFY trustedChanged)
     Q_PROPERTY(bool succeeded READ succeeded NOTIFY succeededChanged)
     Q_PROPERTY(QString pastedText READ pastedText WRITE setPastedText NOTIFY pastedTextChanged)
     Q_PROPERTY(QString shortcutText READ shortcutText NOTIFY shortcutTextChanged)
@@ -66,6 +67,8 @@ public:
     [[nodiscard]] static int pageCount() { return 3; }
     [[nodiscard]] bool isTrusted() const { return m_trusted; }
     [[nodiscard]] QString untrustedReason() const;
+    /// What works in this session and what to do about the rest; empty where everything works.
+    [[nodiscard]] QString sessionNote() const;
     [[nodiscard]] bool succeeded() const { return m_succeeded; }
     [[nodiscard]] QString pastedText() const { return m_pastedText; }
     /// What the user has in the paste area; a fixed sentence there is a success.

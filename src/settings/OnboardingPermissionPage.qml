@@ -42,6 +42,17 @@ Item {
         }
 
         OnboardingNotice {
+            objectName: "sessionNote"
+            visible: onboarding.trusted && onboarding.sessionNote.length > 0
+            Layout.fillWidth: true
+            tint: theme.warningTint
+            iconSource: "qrc:/Tembrel/panel/icons/warning-triangle.svg"
+            iconColor: theme.warning
+            title: "In this session"
+            detail: onboarding.sessionNote
+        }
+
+        OnboardingNotice {
             objectName: "permissionUnavailable"
             visible: !onboarding.trusted && !asksSystem
             Layout.fillWidth: true

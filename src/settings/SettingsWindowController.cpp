@@ -16,6 +16,7 @@
 #include "settings/UserDefaults.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQmlContext>
@@ -172,6 +173,33 @@ QString SettingsWindowController::shortcutText() const
 {
     const Mode primary = m_modes.defaultMode();
     return primary.hotkey.value_or(m_settings.hotkey()).platformDisplayString();
+}
+
+QString SettingsWindowController::compositorBindings() const
+{
+    QStringList lines;
+    const QList<Mode> modes = m_modes.enabledModes();
+    for (const Mode& mode : modes) {
+        if (!mode.hotkey)
+            continue;
+        // The command line takes a mode's name or id; a name the shell would split goes by id.
+        static const QRegularExpression plainName(QStringLiteral("^[A-Za-z0-9_-]+$"));
+        const QString argument = plainName.match(mode.name).hasMatch() ? mode.name : mode.id.toString(QUuid::WithoutBraces);
+        const QString line = m_session.compositorBinding(mode.hotkey->platformDisplayString(), argument);
+        if (!line.isEmpty())
+            lines << line;
+    }
+    if (!lines.isEmpty())
+        lines << m_session.compositorWindowRules();
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString SettingsWindowController::compositorBindingsIntro() const
+{
+    const bool hyprland = m_session.desktopName.compare(QLatin1String("Hyprland"), Qt::CaseInsensitive) == 0;
+    return QStringLiteral("%1 keeps shortcuts to itself. Add these lines to %2 and reload it:")
+        .arg(m_session.desktopName.isEmpty() ? QStringLiteral("Your compositor") : m_session.desktopName,
+             hyprland ? QStringLiteral("~/.config/hypr/hyprland.conf") : QStringLiteral("~/.config/sway/config"));
 }
 
 QString SettingsWindowController::version() const

@@ -1,4 +1,6 @@
 #pragma once
+#include "platform/SessionInfo.h"
+
 #include <QCoro/QCoroTask>
 #include <QObject>
 #include <QTimer>
@@ -35,6 +37,8 @@ class SettingsWindowController : public QObject
     Q_PROPERTY(QString noTrayHint READ noTrayHint CONSTANT)
     Q_PROPERTY(bool showWelcomeOnLaunch READ showWelcomeOnLaunch WRITE setShowWelcomeOnLaunch NOTIFY showWelcomeOnLaunchChanged)
     Q_PROPERTY(QString shortcutText READ shortcutText NOTIFY shortcutTextChanged)
+    Q_PROPERTY(QString compositorBindings READ compositorBindings NOTIFY shortcutTextChanged)
+    Q_PROPERTY(QString compositorBindingsIntro READ compositorBindingsIntro CONSTANT)
     Q_PROPERTY(QString version READ version CONSTANT)
     Q_PROPERTY(QString titleFontFamily READ titleFontFamily CONSTANT)
     Q_PROPERTY(QString historySummary READ historySummary NOTIFY historyChanged)
@@ -81,6 +85,10 @@ public:
     void setShowWelcomeOnLaunch(bool show);
     /// The primary mode's shortcut as this platform writes it.
     [[nodiscard]] QString shortcutText() const;
+    /// Where the compositor keeps shortcuts to itself (sway, Hyprland), the configuration line that
+    /// binds each enabled mode's shortcut to `tembrel --fix`; empty elsewhere.
+    [[nodiscard]] QString compositorBindings() const;
+    [[nodiscard]] QString compositorBindingsIntro() const;
     [[nodiscard]] QString version() const;
     [[nodiscard]] QString titleFontFamily() const;
     /// "3 tembrels, 12 edits saved".
@@ -119,6 +127,7 @@ Q_SIGNALS:
 
 private:
     void build();
+    SessionInfo m_session = SessionInfo::detect();
     void forgetWindow();
     QCoro::Task<> loadApiKey();
     QCoro::Task<> writeApiKeys();

@@ -153,6 +153,25 @@ Page {
                     Layout.fillWidth: true
                     modes: modesModel
                 }
+                Label {
+                    visible: bindingLines.text.length > 0
+                    text: settingsWindow.compositorBindingsIntro
+                    color: pal.windowText
+                    wrapMode: Text.WordWrap
+                    Layout.fillWidth: true
+                }
+                TextEdit {
+                    id: bindingLines
+                    objectName: "compositorBindings"
+                    visible: text.length > 0
+                    text: settingsWindow.compositorBindings
+                    readOnly: true
+                    selectByMouse: true
+                    font.family: "monospace"
+                    color: pal.windowText
+                    wrapMode: TextEdit.WrapAnywhere
+                    Layout.fillWidth: true
+                }
             }
 
             SettingsWindowSection {

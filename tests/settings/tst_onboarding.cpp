@@ -171,10 +171,14 @@ private Q_SLOTS:
         QTest::addColumn<bool>("trusted");
         QTest::addColumn<QString>("notice");
         QTest::addColumn<QString>("detail");
+        QTest::addColumn<QString>("note");
         QTest::newRow("X11: nothing to ask")
             << true << "permissionGranted"
-            << "No permission is needed on this desktop: Tembrel can copy your selection right away.";
-        QTest::newRow("no synthetic input: why not") << false << "permissionUnavailable" << "Not trusted in this test.";
+            << "No permission is needed on this desktop: Tembrel can copy your selection right away." << "";
+        QTest::newRow("no synthetic input: why not")
+            << false << "permissionUnavailable" << "Not trusted in this test." << "";
+        const QString gnome = "In this GNOME Wayland session Tembrel can fix text only in X11 applications.";
+        QTest::newRow("keys reach only some applications: which") << true << "sessionNote" << gnome << gnome;
     }
 
     void permissionPage()
@@ -182,7 +186,9 @@ private Q_SLOTS:
         QFETCH(bool, trusted);
         QFETCH(QString, notice);
         QFETCH(QString, detail);
+        QFETCH(QString, note);
         m_trust.trusted = trusted;
+        m_trust.note = note;
         QVERIFY(open());
         QVERIFY(click(QStringLiteral("getStartedButton")));
         QTRY_VERIFY(shown(notice));

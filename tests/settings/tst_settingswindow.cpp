@@ -93,6 +93,30 @@ private Q_SLOTS:
         QCOMPARE(m_ui->controller->shortcutText(), QStringLiteral("Alt+F5"));
     }
 
+    void swayShowsTheLinesToBindEachMode()
+    {
+        // On sway the compositor owns the keys: Settings gives the exact configuration lines.
+        qputenv("WAYLAND_DISPLAY", "wayland-test");
+        qputenv("SWAYSOCK", "/run/sway-test.sock");
+        m_ui = std::make_unique<SettingsWindowDriver>(m_env);
+        qunsetenv("WAYLAND_DISPLAY");
+        qunsetenv("SWAYSOCK");
+        QVERIFY(m_ui->open());
+        Mode primary = m_ui->modes->defaultMode();
+        const QString rules = "\nfor_window [title=\"^Tembrel$\"] floating enable, sticky enable"
+                              "\nno_focus [title=\"^Tembrel$\"]";
+        QCOMPARE(m_ui->text(QStringLiteral("compositorBindings")),
+                 "bindsym Ctrl+Shift+s exec tembrel --fix " + primary.name + rules);
+        primary.hotkey = Hotkey{96, Hotkey::optionFlag};
+        m_ui->modes->updateMode(primary);
+        QTRY_COMPARE(m_ui->text(QStringLiteral("compositorBindings")),
+                     "bindsym Alt+F5 exec tembrel --fix " + primary.name + rules);
+
+        m_ui = std::make_unique<SettingsWindowDriver>(m_env); // on X11 Tembrel binds them itself
+        QVERIFY(m_ui->open());
+        QVERIFY(!m_ui->isShown(QStringLiteral("compositorBindings")));
+    }
+
     void switchesWriteTheirKeys_data()
     {
         QTest::addColumn<QString>("control");

@@ -51,8 +51,10 @@ public:
     [[nodiscard]] bool isTrusted() const override { return trusted; }
     void requestTrust() override { ++trustRequests; }
     [[nodiscard]] QString untrustedReason() const override { return trusted ? QString() : reason; }
+    [[nodiscard]] QString sessionNote() const override { return note; }
 
     bool trusted = true;
+    QString note;
     int trustRequests = 0;
     QString reason = QStringLiteral("Not trusted in this test.");
 };

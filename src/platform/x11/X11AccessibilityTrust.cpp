@@ -12,10 +12,16 @@ QString X11AccessibilityTrust::untrustedReason() const
 {
     if (isTrusted())
         return {};
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && !X11Display::isAvailable())
-        return QStringLiteral("This Wayland session doesn't let apps send keystrokes to other windows. "
-                              "Log in to an X11 session to use Tembrel.");
+    if (!X11Display::isAvailable() && !m_session.canSendKeys())
+        return m_session.limitation();
     if (!X11Display::isAvailable())
-        return QStringLiteral("Tembrel needs an X11 display to copy your selection.");
+        return QStringLiteral("Tembrel needs an X11 display to copy your selection, but it could not reach one and "
+                              "runs on Qt's %1 platform.")
+            .arg(QGuiApplication::platformName());
     return QStringLiteral("The X server doesn't offer the XTEST extension, so Tembrel can't copy your selection.");
+}
+
+QString X11AccessibilityTrust::sessionNote() const
+{
+    return isTrusted() ? m_session.limitation() : QString();
 }
