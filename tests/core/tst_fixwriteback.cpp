@@ -56,7 +56,7 @@ struct App
     std::unique_ptr<PlatformServices> services = createFakePlatformServices(&fakes);
     ClipboardManager clipboard;
     FakeKeySender keys;
-    SelectionManager selection {keys, clipboard};
+    SelectionManager selection {keys, clipboard, *services->workspace};
     CloudEngine cloud {engineServer.url().toString(), [] { return QString(); }};
     CustomOpenAIEngine custom {[this] {
                                    return CustomEndpointConfig {settings.customAPIURL(),
