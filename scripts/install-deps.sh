@@ -15,10 +15,14 @@ build_packages=(
   qcoro-qt6-dev qtkeychain-qt6-dev zlib1g-dev
   libx11-dev libx11-xcb-dev libxtst-dev libxi-dev libxcb1-dev libgl-dev libvulkan-dev libxkbcommon-dev
   libbenchmark-dev
+  # offline proofreading: the spell checker and its dictionaries (English is the fallback language)
+  libhunspell-dev hunspell-en-us
 )
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
   chromium nodejs imagemagick fonts-dejavu-core clang libclang-rt-14-dev pandoc trayer
+  # offline proofreading tests check that a German text is checked with the German dictionary
+  hunspell-de-de
 )
 
 wanted=("${build_packages[@]}")
@@ -26,6 +30,8 @@ if [ "${1:-}" = "--with-tests" ]; then
   wanted+=("${test_packages[@]}")
 else
   wanted+=(xvfb xauth dbus gnome-keyring)
+  # the offline engine's dictionary at run time
+  wanted+=(hunspell-en-us)
 fi
 
 missing=()
