@@ -2,6 +2,7 @@
 
 #include "cli/ClipboardCommand.h"
 #include "cli/DiffCommand.h"
+#include "cli/FixCommand.h"
 #include "cli/QuillCommand.h"
 
 #include <QGuiApplication>
@@ -16,7 +17,9 @@ const char kUsage[] = "usage: tembrel-cli <command> [arguments]\n"
                       "commands:\n"
                       "  diff [--json] ORIGINAL FIXED   word diff of two texts (- reads standard input)\n"
                       "  quill [FILE]                   HTML of a Quill delta (standard input without FILE)\n"
-                      "  clipboard                      what Tembrel reads from the clipboard right now\n";
+                      "  clipboard                      what Tembrel reads from the clipboard right now\n"
+                      "  fix [--mode NAME] [--engine offline|custom|cloud] [--json] [FILE|-]\n"
+                      "                                 fixes a text as the app would\n";
 
 } // namespace
 
@@ -34,6 +37,8 @@ int main(int argc, char **argv)
         return runDiffCommand(arguments);
     if (command == u"quill")
         return runQuillCommand(arguments);
+    if (command == u"fix")
+        return runFixCommand(arguments);
     if (command == u"clipboard") {
         // Reading the clipboard needs the window system; the other commands run without one.
         QGuiApplication app(argc, argv);
