@@ -9,6 +9,7 @@ list(APPEND TEMBREL_CORE_SOURCES
   engines/OfflineProofreader.h engines/OfflineProofreader.cpp
   engines/OfflineEngine.h engines/OfflineEngine.cpp
   engines/EngineChoice.h engines/EngineChoice.cpp
+  engines/LocalModelServers.h engines/LocalModelServers.cpp
   engines/CustomEndpointConfig.h
   engines/CustomOpenAIEngine.h engines/CustomOpenAIEngine.cpp
   engines/ApiKeyStore.h engines/ApiKeyStore.cpp
