@@ -82,6 +82,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
         *m_platform->trust, *m_platform->workspace, nullptr, m_offlineEngine.get(), CloudEngine::baseUrlFromEnvironment()});
     FixCoordinator* coordinator = m_coordinator.get();
     m_panel->retryAction = [coordinator] { coordinator->retry(); };
+    m_panel->settingsAction = [this] { showSettings(); };
     m_panel->cancelAction = [coordinator] { coordinator->cancel(); };
 
     m_hotkeys = std::make_unique<HotkeyManager>(*m_platform->shortcuts);

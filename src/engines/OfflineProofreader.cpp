@@ -500,6 +500,13 @@ void OfflineProofreader::fixWords(QList<ProofreadToken>& tokens, bool plain)
                 word = withCaseOf(QStringLiteral("have"), original);
             } else if (afterWord && lower == u"then" && comparativesBeforeThen().contains(previous)) {
                 word = withCaseOf(QStringLiteral("than"), original);
+            } else if (afterWord && lower == u"has" && previous == u"i") {
+                word = QStringLiteral("have");
+            } else if (lower == u"their") {
+                const qsizetype after = nextToken(tokens, k);
+                if (after >= 0 && tokens[after].kind == Kind::word && onlySpacesBetween(tokens, k, after)
+                    && (tokens[after].text == u"going" || tokens[after].text == u"not"))
+                    word = withCaseOf(QStringLiteral("they're"), original);
             } else if (lower == u"alot") {
                 word = withCaseOf(QStringLiteral("a lot"), original);
             } else if (lower == u"your") {
