@@ -562,9 +562,23 @@ QString OfflineProofreader::spellingFix(const QString& word)
     if (suggestions.isEmpty())
         return word;
     QString best = suggestions.front();
-    if (best.contains(u' ') || best.contains(u'-') || casePattern(best) != CasePattern::lower
-        || editDistance(asTyped, best) > 2)
+    if (best.contains(u' ') || best.contains(u'-') || casePattern(best) != CasePattern::lower)
         return word;
+    const qsizetype distance = editDistance(asTyped, best);
+    // Two edits only on long words, where two slips still leave the word unmistakable.
+    if (distance > 2 || (distance == 2 && asTyped.size() < 7))
+        return word;
+    // One letter too many is a typo only when it doubles its neighbour ("weeek"); otherwise the
+    // word is more likely one the dictionary does not know ("backend" is not "backed").
+    if (distance == 1 && best.size() + 1 == asTyped.size()) {
+        bool doubled = false;
+        for (qsizetype k = 0; k < asTyped.size() && !doubled; ++k) {
+            if (QString(asTyped).remove(k, 1) == best)
+                doubled = (k > 0 && asTyped[k - 1] == asTyped[k]) || (k + 1 < asTyped.size() && asTyped[k + 1] == asTyped[k]);
+        }
+        if (!doubled)
+            return word;
+    }
     if (curly)
         best.replace(u'\'', u'\u2019');
     return best;
