@@ -17,6 +17,8 @@ build_packages=(
   libbenchmark-dev
   # Wayland backend: client library, protocol generator and Qt's Wayland platform plugin
   libwayland-dev libwayland-bin wayland-protocols qt6-wayland qt6-wayland-dev
+  # offline proofreading: the spell checker and its dictionaries (English is the fallback language)
+  libhunspell-dev hunspell-en-us
 )
 test_packages=(
   xvfb xauth dbus dbus-x11 gnome-keyring libsecret-tools x11-utils
@@ -27,6 +29,8 @@ test_packages=(
   dpkg-dev fakeroot file lintian desktop-file-utils appstream man-db
   # Wayland tests: a headless sway, and wl-clipboard as the other application
   sway wl-clipboard xdg-desktop-portal-wlr
+  # offline proofreading tests check that a German text is checked with the German dictionary
+  hunspell-de-de
 )
 # building the Debian package (scripts/build-deb.sh)
 package_packages=(dpkg-dev file)
@@ -38,6 +42,8 @@ elif [ "${1:-}" = "--for-package" ]; then
   wanted+=("${package_packages[@]}")
 else
   wanted+=(xvfb xauth dbus gnome-keyring)
+  # the offline engine's dictionary at run time
+  wanted+=(hunspell-en-us)
 fi
 
 missing=()

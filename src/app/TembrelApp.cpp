@@ -14,6 +14,7 @@
 #include "engines/ApiKeyStore.h"
 #include "engines/CloudEngine.h"
 #include "engines/CustomOpenAIEngine.h"
+#include "engines/OfflineEngine.h"
 #include "history/HistoryManager.h"
 #include "history/HistoryWindowController.h"
 #include "modes/HotkeyManager.h"
@@ -70,6 +71,7 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     m_selection = std::make_unique<SelectionManager>(*m_platform->keySender, *m_clipboard, *m_platform->workspace);
     m_cloudEngine = std::make_unique<CloudEngine>(CloudEngine::baseUrlFromEnvironment(),
                                                   [analytics] { return analytics->distinctId(); });
+    m_offlineEngine = std::make_unique<OfflineEngine>();
     ApiKeyStore* keys = m_keyStore.get();
     m_customEngine = std::make_unique<CustomOpenAIEngine>(
         [settings] {
@@ -87,9 +89,10 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     m_coordinator = std::make_unique<FixCoordinator>(FixNeighbourhood{
         m_adapters->modes, m_adapters->selection, m_adapters->clipboard, *m_cloudEngine, *m_customEngine,
         m_adapters->panel, m_adapters->settings, m_adapters->history, m_adapters->usage, m_adapters->analytics,
-        *m_platform->trust, *m_platform->workspace});
+        *m_platform->trust, *m_platform->workspace, nullptr, m_offlineEngine.get(), CloudEngine::baseUrlFromEnvironment()});
     FixCoordinator* coordinator = m_coordinator.get();
     m_panel->retryAction = [coordinator] { coordinator->retry(); };
+    m_panel->settingsAction = [this] { showSettings(); };
     m_panel->cancelAction = [coordinator] { coordinator->cancel(); };
 
     m_hotkeys = std::make_unique<HotkeyManager>(*m_platform->shortcuts);

@@ -13,6 +13,7 @@ class ApiKeyStore;
 class ClipboardManager;
 class CloudEngine;
 class CustomOpenAIEngine;
+class OfflineEngine;
 class FixCoordinator;
 class HistoryManager;
 class HistoryWindowController;
@@ -101,6 +102,7 @@ private:
     std::unique_ptr<SelectionManager> m_selection;
     std::unique_ptr<CloudEngine> m_cloudEngine;
     std::unique_ptr<CustomOpenAIEngine> m_customEngine;
+    std::unique_ptr<OfflineEngine> m_offlineEngine;
     std::unique_ptr<InlineDiffPanelController> m_panel;
     std::unique_ptr<FixNeighbourAdapters> m_adapters;
     std::unique_ptr<FixCoordinator> m_coordinator;

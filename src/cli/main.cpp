@@ -3,6 +3,7 @@
 #include "app/BuildConfig.h"
 #include "cli/ClipboardCommand.h"
 #include "cli/DiffCommand.h"
+#include "cli/FixCommand.h"
 #include "cli/QuillCommand.h"
 
 #include <QCommandLineParser>
@@ -30,6 +31,9 @@ const Command commands[] = {
     {"quill", "quill [FILE]                   HTML of a Quill delta (standard input without FILE)", runQuillCommand},
     {"clipboard", "clipboard                      what Tembrel reads from the clipboard right now",
      runClipboardCommand, true},
+    {"fix", "fix [--mode NAME] [--engine offline|custom|cloud] [--json] [FILE|-]\n"
+            "                                 fixes a text as the app would",
+     runFixCommand},
 };
 
 QString commandList()

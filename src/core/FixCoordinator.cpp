@@ -3,6 +3,7 @@
 #include "analytics/AnalyticsVocabulary.h"
 #include "core/Logging.h"
 #include "core/TextFormat.h"
+#include "engines/EngineChoice.h"
 #include "engines/TextFixEngine.h"
 #include "platform/AccessibilityTrust.h"
 #include "platform/Workspace.h"
@@ -230,8 +231,15 @@ QCoro::Task<> FixCoordinator::process(Run run, CapturedContent content)
     m_neighbours.panel.showLoading();
 
     const bool customInUse = m_neighbours.settings.isCustomEndpointConfigured();
-    run.trace->record(QStringLiteral("engine_selected"), Analytics::endpointType(customInUse));
-    TextFixEngine& engine = customInUse ? m_neighbours.customEngine : m_neighbours.cloudEngine;
+    const EngineKind engineKind = m_neighbours.offlineEngine
+                                      ? chooseEngine(customInUse, m_neighbours.cloudBaseUrl)
+                                      : (customInUse ? EngineKind::custom : EngineKind::cloud);
+    run.trace->record(QStringLiteral("engine_selected"), engineKind == EngineKind::offline
+                                                             ? engineKindName(engineKind)
+                                                             : Analytics::endpointType(customInUse));
+    TextFixEngine& engine = engineKind == EngineKind::custom    ? m_neighbours.customEngine
+                            : engineKind == EngineKind::offline ? *m_neighbours.offlineEngine
+                                                                : m_neighbours.cloudEngine;
 
     const bool available = co_await engine.isAvailable();
     if (run.cancel.isCancelled())

@@ -31,6 +31,11 @@ struct FixNeighbourhood
     Workspace& workspace;
     /// Measures durations; a monotonic clock when null.
     FixClock* clock = nullptr;
+    /// Proofreads on this computer when neither the user's endpoint nor a cloud service is set up;
+    /// when null the cloud engine serves in its place.
+    TextFixEngine* offlineEngine = nullptr;
+    /// The cloud service's base URL; empty when this build has none.
+    QString cloudBaseUrl;
 };
 
 /// Runs one fix at a time from a shortcut press to the fixed text on the clipboard, and keeps

@@ -3,6 +3,7 @@
 Q_LOGGING_CATEGORY(lcApp, "tembrel.App", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcCoordinator, "tembrel.FixCoordinator", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcCloudEngine, "tembrel.CloudEngine", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcOfflineEngine, "tembrel.OfflineEngine", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcCustomEngine, "tembrel.CustomOpenAIEngine", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcClipboard, "tembrel.ClipboardManager", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcSelection, "tembrel.SelectionManager", QtInfoMsg)

@@ -12,6 +12,14 @@ QString failureCategoryText(int code)
     }
 }
 
+const QString& TextFixError::needsLanguageModelMessage()
+{
+    static const QString message = QStringLiteral(
+        "This mode needs a language model. Proofreading works offline; for this mode, add an OpenAI-compatible "
+        "endpoint in Settings.");
+    return message;
+}
+
 TextFixError TextFixError::inputTooLong(int maximumLength)
 {
     TextFixError error(Kind::inputTooLong);
@@ -43,6 +51,7 @@ QString TextFixError::errorDescription() const
     case Kind::emptyInput: return QStringLiteral("No text found to fix.");
     case Kind::emptyResponse: return QStringLiteral("No response received.");
     case Kind::rateLimited: return QStringLiteral("Too many requests. Try again in a moment.");
+    case Kind::needsLanguageModel: return QStringLiteral("This mode needs a language model.");
     }
     Q_UNREACHABLE();
     return QString();
@@ -60,6 +69,7 @@ QString TextFixError::panelMessage(bool customEndpointConfigured) const
     case Kind::emptyInput: return QStringLiteral("No text selected. Select some text first.");
     case Kind::emptyResponse: return QStringLiteral("Something went wrong. Try again?");
     case Kind::rateLimited: return QStringLiteral("Service is busy. Try again in a moment.");
+    case Kind::needsLanguageModel: return needsLanguageModelMessage();
     }
     Q_UNREACHABLE();
     return QString();
@@ -75,6 +85,7 @@ FailureCategory TextFixError::category() const
     case Kind::inputTooLong: return FailureCategory::tooLong;
     case Kind::processingFailed:
     case Kind::emptyResponse: return FailureCategory::processing;
+    case Kind::needsLanguageModel: return FailureCategory::other;
     }
     Q_UNREACHABLE();
     return FailureCategory::other;

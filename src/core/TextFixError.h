@@ -16,7 +16,8 @@ enum class FailureCategory { network = 0, rateLimit = 1, emptyInput = 2, tooLong
 class TextFixError
 {
 public:
-    enum class Kind { inputTooLong, processingFailed, networkError, engineUnavailable, emptyInput, emptyResponse, rateLimited };
+    enum class Kind { inputTooLong, processingFailed, networkError, engineUnavailable, emptyInput, emptyResponse, rateLimited,
+                      needsLanguageModel };
 
     static TextFixError inputTooLong(int maximumLength);
     static TextFixError processingFailed(std::optional<NetworkFailure> underlying = std::nullopt);
@@ -25,6 +26,8 @@ public:
     static TextFixError emptyInput() { return TextFixError(Kind::emptyInput); }
     static TextFixError emptyResponse() { return TextFixError(Kind::emptyResponse); }
     static TextFixError rateLimited() { return TextFixError(Kind::rateLimited); }
+    /// The mode asks for more than proofreading and no language model is set up.
+    static TextFixError needsLanguageModel() { return TextFixError(Kind::needsLanguageModel); }
 
     [[nodiscard]] Kind kind() const { return m_kind; }
     [[nodiscard]] int maximumLength() const { return m_maximumLength; }
@@ -34,6 +37,8 @@ public:
     [[nodiscard]] QString errorDescription() const;
     /// The friendlier text the result panel shows; depends on which engine is in use.
     [[nodiscard]] QString panelMessage(bool customEndpointConfigured) const;
+    /// What the panel says when a mode needs a language model; the panel offers Settings beside it.
+    [[nodiscard]] static const QString& needsLanguageModelMessage();
     /// The analytics category.
     [[nodiscard]] FailureCategory category() const;
 

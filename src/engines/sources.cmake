@@ -6,6 +6,11 @@ list(APPEND TEMBREL_CORE_SOURCES
   engines/HtmlChunker.h engines/HtmlChunker.cpp
   engines/ChatCompletion.h engines/ChatCompletion.cpp
   engines/CloudEngine.h engines/CloudEngine.cpp
+  engines/SpellDictionary.h engines/SpellDictionary.cpp
+  engines/OfflineProofreader.h engines/OfflineProofreader.cpp
+  engines/OfflineEngine.h engines/OfflineEngine.cpp
+  engines/EngineChoice.h engines/EngineChoice.cpp
+  engines/LocalModelServers.h engines/LocalModelServers.cpp
   engines/CustomEndpointConfig.h
   engines/CustomOpenAIEngine.h engines/CustomOpenAIEngine.cpp
   engines/ApiKeyStore.h engines/ApiKeyStore.cpp

@@ -76,7 +76,16 @@ Item {
                     onClicked: view.model.dismiss()
                 }
                 PanelButton {
+                    objectName: "openSettingsButton"
+                    visible: view.model.offersSettings
+                    theme: view.theme
+                    primary: true
+                    text: "Open Settings"
+                    onClicked: view.model.openSettings()
+                }
+                PanelButton {
                     objectName: "retryButton"
+                    visible: !view.model.offersSettings
                     theme: view.theme
                     primary: true
                     text: "Retry"

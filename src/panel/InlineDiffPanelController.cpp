@@ -57,6 +57,13 @@ InlineDiffPanelController::InlineDiffPanelController(Workspace& workspace, KeyMo
         if (self->retryAction)
             self->retryAction();
     };
+    m_viewModel.onOpenSettings = [self] {
+        if (!self)
+            return;
+        self->dismiss();
+        if (self->settingsAction)
+            self->settingsAction();
+    };
     m_viewModel.onDismiss = [self] {
         if (self)
             self->dismiss();

@@ -48,6 +48,8 @@ public:
 
     /// Runs the last fix again; set by the fix coordinator.
     std::function<void()> retryAction;
+    /// Opens the settings window; set by the app.
+    std::function<void()> settingsAction;
     /// Cancels the fix in flight; set by the fix coordinator.
     std::function<void()> cancelAction;
 

@@ -1,5 +1,6 @@
 #include "panel/PanelTexts.h"
 
+#include "core/TextFixError.h"
 #include "core/TextFormat.h"
 
 namespace {
@@ -48,6 +49,8 @@ QString successHeader(qint64 editCount, double durationSeconds)
 
 QString errorTitle(const QString& message)
 {
+    if (message == TextFixError::needsLanguageModelMessage())
+        return QStringLiteral("This mode needs a language model");
     if (containsAny(message, {u"internet", u"server", u"connection"}))
         return QStringLiteral("Couldn't reach the server");
     if (containsAny(message, {u"API endpoint", u"authentication", u"API key"}))
@@ -57,6 +60,8 @@ QString errorTitle(const QString& message)
 
 QString errorSubtitle(const QString& message)
 {
+    if (message == TextFixError::needsLanguageModelMessage())
+        return QStringLiteral("Proofreading works on this computer. For this mode, add an OpenAI-compatible endpoint in Settings.");
     // "connection" alone is deliberately not enough here: such a message is shown as it is.
     if (containsAny(message, {u"internet", u"server"}))
         return QStringLiteral("Check your internet connection and try again.");

@@ -1,5 +1,6 @@
 #include "panel/PanelViewModel.h"
 
+#include "core/TextFixError.h"
 #include "diff/EditNavigation.h"
 #include "panel/PanelTexts.h"
 
@@ -163,6 +164,17 @@ void PanelViewModel::retry()
 {
     if (onRetry)
         onRetry();
+}
+
+bool PanelViewModel::offersSettings() const
+{
+    return m_phase.kind == PanelPhase::Kind::error && m_phase.message == TextFixError::needsLanguageModelMessage();
+}
+
+void PanelViewModel::openSettings()
+{
+    if (onOpenSettings)
+        onOpenSettings();
 }
 
 void PanelViewModel::dismiss()

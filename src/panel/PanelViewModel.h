@@ -30,6 +30,7 @@ class PanelViewModel : public QObject
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY phaseChanged)
     Q_PROPERTY(QString errorTitle READ errorTitle NOTIFY phaseChanged)
     Q_PROPERTY(QString errorSubtitle READ errorSubtitle NOTIFY phaseChanged)
+    Q_PROPERTY(bool offersSettings READ offersSettings NOTIFY phaseChanged)
     Q_PROPERTY(QString editPosition READ editPosition NOTIFY editPositionChanged)
     Q_PROPERTY(QString pasteKeyCap READ pasteKeyCap CONSTANT)
     Q_PROPERTY(QString dismissKeyCap READ dismissKeyCap CONSTANT)
@@ -79,6 +80,8 @@ public:
     [[nodiscard]] QString errorMessage() const { return m_phase.message; }
     [[nodiscard]] QString errorTitle() const;
     [[nodiscard]] QString errorSubtitle() const;
+    /// The error is fixed in Settings (a mode that needs a language model), not by trying again.
+    [[nodiscard]] bool offersSettings() const;
     [[nodiscard]] QString editPosition() const;
     [[nodiscard]] QString pasteKeyCap() const;
     [[nodiscard]] QString dismissKeyCap() const;
@@ -93,8 +96,11 @@ public:
     Q_INVOKABLE void retry();
     /// The dismiss controls.
     Q_INVOKABLE void dismiss();
+    /// The error view's way to Settings.
+    Q_INVOKABLE void openSettings();
 
     std::function<void()> onRetry;
+    std::function<void()> onOpenSettings;
     std::function<void()> onDismiss;
     std::function<void(qint64 editCount)> onEditCount;
 

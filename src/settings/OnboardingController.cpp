@@ -3,6 +3,7 @@
 #include "analytics/AnalyticsManager.h"
 #include "capture/ClipboardManager.h"
 #include "core/Logging.h"
+#include "engines/LocalModelServers.h"
 #include "settings/FixedWindow.h"
 #include "modes/ModeManager.h"
 #include "platform/AccessibilityTrust.h"
@@ -29,6 +30,7 @@ OnboardingController::OnboardingController(ModeManager& modes, SettingsManager& 
     , m_clipboard(clipboard)
     , m_analytics(analytics)
     , m_defaults(defaults)
+    , m_localServers(std::make_unique<LocalModelServers>())
     , m_trusted(trust.isTrusted())
 {
     connect(&m_modes, &ModeManager::modesChanged, this, &OnboardingController::shortcutTextChanged);
@@ -70,6 +72,7 @@ void OnboardingController::build()
 {
     m_view = makeFixedWindow(QStringLiteral("Welcome to Tembrel"), QSize(width, height));
     m_view->rootContext()->setContextProperty(QStringLiteral("onboarding"), this);
+    m_view->rootContext()->setContextProperty(QStringLiteral("localServers"), m_localServers.get());
     loadWindowPage(*m_view, QStringLiteral("qrc:/Tembrel/settings/OnboardingView.qml"));
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible)
@@ -248,4 +251,11 @@ QString OnboardingController::unavailableTitle()
 QString OnboardingController::pastePlaceholder()
 {
     return OnboardingTexts::pastePlaceholder;
+}
+
+void OnboardingController::useLocalServer(const QString& baseUrl, const QString& model)
+{
+    m_settings.setCustomAPIURL(baseUrl);
+    m_settings.setCustomModelID(model);
+    m_settings.setUseCustomEndpoint(true);
 }

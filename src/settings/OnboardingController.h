@@ -14,6 +14,7 @@ class ClipboardManager;
 class ModeManager;
 class QQuickView;
 class QQuickWindow;
+class LocalModelServers;
 class QSettings;
 class QWindow;
 class SettingsManager;
@@ -97,6 +98,10 @@ public:
     Q_INVOKABLE void finish();
     /// Closes the window without finishing: onboarding shows again at the next launch.
     Q_INVOKABLE void close();
+    /// Points the custom endpoint at a model server found on this computer and switches it on.
+    Q_INVOKABLE void useLocalServer(const QString& baseUrl, const QString& model);
+    /// The model servers found on this computer.
+    [[nodiscard]] LocalModelServers& localServers() { return *m_localServers; }
 
 Q_SIGNALS:
     void currentPageChanged();
@@ -121,6 +126,7 @@ private:
     AnalyticsManager& m_analytics;
     QSettings& m_defaults;
     std::unique_ptr<QQuickView> m_view;
+    std::unique_ptr<LocalModelServers> m_localServers;
     QPointer<QQuickView> m_closedView;
     std::function<void(QWindow*)> m_onWindowCreated;
     QTimer m_trustTimer;

@@ -112,6 +112,35 @@ Item {
                 color: theme.success
             }
         }
+        // Fixes already work on this computer; a model server running here is one click from the other modes.
+        ColumnLayout {
+            objectName: "localServerOffer"
+            visible: localServers.servers.length > 0 && !settingsChosen
+            property bool settingsChosen: false
+            Layout.fillWidth: true
+            Layout.topMargin: 4
+            spacing: 4
+            Component.onCompleted: localServers.scan()
+            Label {
+                Layout.fillWidth: true
+                text: "A model server runs on this computer. Use it for every mode:"
+                font.pixelSize: 12
+                color: pal.windowText
+                wrapMode: Text.WordWrap
+            }
+            Repeater {
+                model: localServers.servers
+                delegate: Button {
+                    required property var modelData
+                    objectName: "useLocalServer"
+                    text: "Use " + modelData.name + (modelData.models.length > 0 ? " · " + modelData.models[0] : "")
+                    onClicked: {
+                        onboarding.useLocalServer(modelData.url, modelData.models.length > 0 ? modelData.models[0] : "")
+                        parent.settingsChosen = true
+                    }
+                }
+            }
+        }
         Item { Layout.fillHeight: true }
     }
 }

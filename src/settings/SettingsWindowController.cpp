@@ -5,7 +5,10 @@
 #include "core/Logging.h"
 #include "core/TextFormat.h"
 #include "settings/FixedWindow.h"
+#include "engines/CloudEngine.h"
 #include "engines/ConnectionTestState.h"
+#include "engines/EngineChoice.h"
+#include "engines/LocalModelServers.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
 #include "platform/LoginItem.h"
@@ -42,7 +45,10 @@ SettingsWindowController::SettingsWindowController(SettingsManager& settings, Mo
     , m_defaults(defaults)
     , m_modesModel(std::make_unique<ModesModel>(modes))
     , m_connectionTest(std::make_unique<ConnectionTestState>([&modes] { return modes.defaultMode().prompt; }))
+    , m_localServers(std::make_unique<LocalModelServers>())
 {
+    connect(&m_settings, &SettingsManager::customEndpointConfiguredChanged, this,
+            &SettingsWindowController::engineDescriptionChanged);
     connect(&m_modes, &ModeManager::modesChanged, this, &SettingsWindowController::shortcutTextChanged);
     connect(&m_settings, &SettingsManager::hotkeyChanged, this, &SettingsWindowController::shortcutTextChanged);
     connect(&m_history, &HistoryManager::entriesChanged, this, &SettingsWindowController::historyChanged);
@@ -87,6 +93,7 @@ void SettingsWindowController::build()
     context->setContextProperty(QStringLiteral("history"), &m_history);
     context->setContextProperty(QStringLiteral("modesModel"), m_modesModel.get());
     context->setContextProperty(QStringLiteral("connectionTest"), m_connectionTest.get());
+    context->setContextProperty(QStringLiteral("localServers"), m_localServers.get());
     loadWindowPage(*m_view, QStringLiteral("qrc:/Tembrel/settings/SettingsWindowView.qml"));
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible)
@@ -238,6 +245,11 @@ QString SettingsWindowController::hideDockIconHelp() const
 QString SettingsWindowController::exampleApiUrl() const
 {
     return SettingsWindowTexts::exampleApiUrl;
+}
+
+QString SettingsWindowController::engineDescription() const
+{
+    return ::engineDescription(chooseEngine(m_settings.isCustomEndpointConfigured(), CloudEngine::baseUrlFromEnvironment()));
 }
 
 QString SettingsWindowController::apiKeyHelp() const

@@ -12,6 +12,7 @@
 
 class ConnectionTestState;
 class HistoryManager;
+class LocalModelServers;
 class LoginItem;
 class ModeManager;
 class ModesModel;
@@ -49,6 +50,7 @@ class SettingsWindowController : public QObject
     Q_PROPERTY(QString apiKeyHelp READ apiKeyHelp CONSTANT)
     Q_PROPERTY(QString apiKey READ apiKey NOTIFY apiKeyChanged)
     Q_PROPERTY(QString apiKeyError READ apiKeyError NOTIFY apiKeyErrorChanged)
+    Q_PROPERTY(QString engineDescription READ engineDescription NOTIFY engineDescriptionChanged)
 
 public:
     static constexpr int width = 400;
@@ -70,6 +72,10 @@ public:
     /// The open window, or null.
     [[nodiscard]] QQuickWindow* window() const;
     [[nodiscard]] ConnectionTestState& connectionTest() { return *m_connectionTest; }
+    /// The model servers found on this computer, and the models of the endpoint being edited.
+    [[nodiscard]] LocalModelServers& localServers() { return *m_localServers; }
+    /// Which engine fixes text now, in words.
+    [[nodiscard]] QString engineDescription() const;
 
     [[nodiscard]] bool isFromOnboarding() const { return m_isFromOnboarding; }
     [[nodiscard]] bool launchAtLogin() const;
@@ -121,6 +127,7 @@ Q_SIGNALS:
     void launchAtLoginChanged();
     void showWelcomeOnLaunchChanged();
     void shortcutTextChanged();
+    void engineDescriptionChanged();
     void historyChanged();
     void apiKeyChanged();
     void apiKeyErrorChanged();
@@ -139,6 +146,7 @@ private:
     QSettings& m_defaults;
     std::unique_ptr<ModesModel> m_modesModel;
     std::unique_ptr<ConnectionTestState> m_connectionTest;
+    std::unique_ptr<LocalModelServers> m_localServers;
     std::unique_ptr<QQuickView> m_view;
     std::function<void(QWindow*)> m_onWindowCreated;
     std::function<void()> m_onViewHistory;

@@ -207,6 +207,51 @@ Page {
             SettingsWindowSection {
                 Layout.fillWidth: true
                 title: "Advanced"
+                Label {
+                    objectName: "engineDescription"
+                    Layout.fillWidth: true
+                    text: settingsWindow.engineDescription
+                    color: pal.windowText
+                    opacity: 0.75
+                    wrapMode: Text.WordWrap
+                }
+                // Model servers already running on this computer: one click points the endpoint at one.
+                ColumnLayout {
+                    objectName: "localServers"
+                    Layout.fillWidth: true
+                    spacing: 4
+                    Component.onCompleted: localServers.scan()
+                    Label {
+                        Layout.fillWidth: true
+                        text: localServers.isScanning ? "Looking for model servers on this computer…"
+                              : localServers.servers.length > 0 ? "Model servers on this computer:"
+                              : "No model server found on this computer."
+                        color: pal.windowText
+                        opacity: 0.75
+                        wrapMode: Text.WordWrap
+                    }
+                    Repeater {
+                        model: localServers.servers
+                        delegate: Button {
+                            required property var modelData
+                            objectName: "useLocalServer"
+                            Layout.fillWidth: true
+                            text: "Use " + modelData.name + (modelData.models.length > 0 ? " · " + modelData.models[0] : "")
+                            onClicked: {
+                                settings.customAPIURL = modelData.url
+                                settings.customModelID = modelData.models.length > 0 ? modelData.models[0] : ""
+                                settings.useCustomEndpoint = true
+                                connectionTest.reset()
+                            }
+                        }
+                    }
+                    Button {
+                        objectName: "scanLocalServers"
+                        text: "Look Again"
+                        enabled: !localServers.isScanning
+                        onClicked: localServers.scan()
+                    }
+                }
                 SettingsWindowSwitchRow {
                     objectName: "customEndpoint"
                     Layout.fillWidth: true
@@ -230,6 +275,8 @@ Page {
                         text: settings.customAPIURL
                         placeholderText: settingsWindow.exampleApiUrl
                         onTextEdited: { settings.customAPIURL = text; connectionTest.reset() }
+                        onEditingFinished: localServers.listModels(settings.customAPIURL, keyField.text)
+                        Component.onCompleted: localServers.listModels(settings.customAPIURL, settingsWindow.apiKey)
                     }
                     SettingsWindowHelp { text: "Base URL for your OpenAI-compatible API, e.g. " + settingsWindow.exampleApiUrl }
 
@@ -262,6 +309,22 @@ Page {
                         text: settings.customModelID
                         placeholderText: "gpt-4o"
                         onTextEdited: { settings.customModelID = text; connectionTest.reset() }
+                    }
+                    // The endpoint's own list of models; typing any other name still works.
+                    Flow {
+                        objectName: "modelChoices"
+                        Layout.fillWidth: true
+                        spacing: 4
+                        visible: localServers.models.length > 0
+                        Repeater {
+                            model: localServers.models
+                            delegate: Button {
+                                required property string modelData
+                                text: modelData
+                                flat: modelData !== settings.customModelID
+                                onClicked: { settings.customModelID = modelData; connectionTest.reset() }
+                            }
+                        }
                     }
                     SettingsWindowHelp { text: "Model ID to use for text processing." }
 

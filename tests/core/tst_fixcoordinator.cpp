@@ -78,6 +78,41 @@ private Q_SLOTS:
         QVERIFY(rig.cloud.calls.isEmpty() && rig.custom.calls.isEmpty());
     }
 
+    // Which engine serves: the user's endpoint when configured; else the cloud service when the
+    // build names one; else proofreading on this computer.
+    void engineChoice_data()
+    {
+        QTest::addColumn<bool>("custom");
+        QTest::addColumn<QString>("cloudUrl");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("nothing set up") << false << QString() << "offline";
+        QTest::newRow("blank cloud address") << false << QStringLiteral("  ") << "offline";
+        QTest::newRow("cloud built in") << false << QStringLiteral("http://127.0.0.1:9") << "cloud";
+        QTest::newRow("custom, no cloud") << true << QString() << "custom";
+        QTest::newRow("custom and cloud") << true << QStringLiteral("http://127.0.0.1:9") << "custom";
+    }
+
+    void engineChoice()
+    {
+        QFETCH(bool, custom);
+        QFETCH(QString, cloudUrl);
+        QFETCH(QString, expected);
+        CoordinatorRig rig;
+        TestEngine offline{&rig.clock};
+        rig.coordinator = std::make_unique<FixCoordinator>(
+            FixNeighbourhood{rig.modes, rig.selection, rig.clipboard, rig.cloud, rig.custom, rig.panel, rig.settings,
+                             rig.history, rig.usage, rig.analytics, rig.trust, rig.workspace, &rig.clock, &offline,
+                             cloudUrl});
+        rig.settings.custom = custom;
+        rig.selection.answers = {plainContent("Some text.")};
+        QVERIFY(rig.run());
+        QCOMPARE(rig.traceLines().value(2), "engine_selected: " + expected);
+        QCOMPARE(offline.calls.size(), expected == "offline" ? 1 : 0);
+        QCOMPARE(rig.cloud.calls.size(), expected == "cloud" ? 1 : 0);
+        QCOMPARE(rig.custom.calls.size(), expected == "custom" ? 1 : 0);
+        QCOMPARE(rig.panel.phases(), (QStringList{"loading", "noChanges"}));
+    }
+
     void richFixRunsEveryStepInOrder()
     {
         CoordinatorRig rig;

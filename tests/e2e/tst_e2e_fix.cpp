@@ -99,6 +99,44 @@ private:
         return focus;
     }
 
+    // Ctrl+Shift+S as a person presses it: modifiers first, the letter, then letting go.
+    void pressFixShortcut()
+    {
+        key(XK_Control_L, true);
+        key(XK_Shift_L, true);
+        QTest::qWait(30);
+        key(XK_s, true);
+        QTest::qWait(60);
+        key(XK_s, false);
+        QTest::qWait(40);
+        key(XK_Shift_L, false);
+        key(XK_Control_L, false);
+    }
+
+    void startApp(const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
+    {
+        m_appLog.clear();
+        m_app.setProcessEnvironment(environment);
+        m_app.setProcessChannelMode(QProcess::MergedChannels);
+        // TEMBREL_E2E_WRAPPER runs the app under a debugger or valgrind when set.
+        QStringList command = QProcess::splitCommand(qEnvironmentVariable("TEMBREL_E2E_WRAPPER"));
+        command << QStringLiteral(TEMBREL_APP_PATH);
+        m_app.start(command.takeFirst(), command);
+        QVERIFY(m_app.waitForStarted(10000));
+        QVERIFY2(QTest::qWaitFor([&] { return m_appLog.append(m_app.readAll()).contains("mode hotkeys"); }, 20000),
+                 m_appLog.constData());
+    }
+
+    void stopApp()
+    {
+        if (m_app.state() != QProcess::NotRunning) {
+            m_app.terminate();
+            if (!m_app.waitForFinished(5000))
+                m_app.kill();
+            m_app.waitForFinished(3000);
+        }
+    }
+
     QString clipboardHtml() const
     {
         const QMimeData* data = QGuiApplication::clipboard()->mimeData();
@@ -128,24 +166,12 @@ private Q_SLOTS:
         QVERIFY2(m_chromium.start(QStringLiteral(TEMBREL_TEST_DATA_DIR "/e2e/rich-page.html")),
                  qPrintable(m_chromium.error()));
 
-        m_app.setProcessChannelMode(QProcess::MergedChannels);
-        // TEMBREL_E2E_WRAPPER runs the app under a debugger or valgrind when set.
-        QStringList command = QProcess::splitCommand(qEnvironmentVariable("TEMBREL_E2E_WRAPPER"));
-        command << QStringLiteral(TEMBREL_APP_PATH);
-        m_app.start(command.takeFirst(), command);
-        QVERIFY(m_app.waitForStarted(10000));
-        QVERIFY2(QTest::qWaitFor([&] { return m_appLog.append(m_app.readAll()).contains("mode hotkeys"); }, 20000),
-                 m_appLog.constData());
+        startApp();
     }
 
     void cleanupTestCase()
     {
-        if (m_app.state() != QProcess::NotRunning) {
-            m_app.terminate();
-            if (!m_app.waitForFinished(5000))
-                m_app.kill();
-            m_app.waitForFinished(3000);
-        }
+        stopApp();
         if (m_display)
             XCloseDisplay(m_display);
     }
@@ -166,16 +192,7 @@ private Q_SLOTS:
         const Window focusBefore = focusedWindow();
         m_server.clearRequests();
 
-        // Ctrl+Shift+S as a person presses it: modifiers first, the letter, then letting go.
-        key(XK_Control_L, true);
-        key(XK_Shift_L, true);
-        QTest::qWait(30);
-        key(XK_s, true);
-        QTest::qWait(60);
-        key(XK_s, false);
-        QTest::qWait(40);
-        key(XK_Shift_L, false);
-        key(XK_Control_L, false);
+        pressFixShortcut();
 
         QVERIFY2(m_server.waitForRequests(1, 15000), m_appLog.append(m_app.readAll()).constData());
         const RecordedRequest request = m_server.requests().first();
@@ -235,6 +252,41 @@ private Q_SLOTS:
         QVERIFY2(pasted.contains(QStringLiteral("<li")), qPrintable(pasted));
         QVERIFY(pasted.contains(QStringLiteral("First item")));
         QVERIFY(!pasted.contains(QStringLiteral("recieve")));
+    }
+
+    // A fresh installation: no endpoint, no cloud service, no network needed. The text is
+    // proofread on this computer and the panel shows the three fixes.
+    void fixOfflineWithNothingSetUp()
+    {
+        stopApp();
+        {
+            QSettings settings;
+            settings.remove(QStringLiteral("useCustomEndpoint"));
+            settings.remove(QStringLiteral("customAPIURL"));
+            settings.remove(QStringLiteral("customModelID"));
+        }
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TEMBREL_CLOUD_URL"), QString());
+        startApp(environment);
+        m_server.clearRequests();
+
+        const Window chromium = findChromiumWindow(m_display, DefaultRootWindow(m_display));
+        QVERIFY(chromium);
+        XSetInputFocus(m_display, chromium, RevertToParent, CurrentTime);
+        XSync(m_display, False);
+        QTRY_COMPARE(m_chromium
+                         .evaluate(QStringLiteral("window.getSelection().selectAllChildren(document.getElementById('offline'));"
+                                                  "window.getSelection().toString().trim()"))
+                         .toString(),
+                     QStringLiteral("I recieve teh package tomorow."));
+        QTRY_VERIFY(m_chromium.evaluate(QStringLiteral("document.hasFocus()")).toBool());
+        pressFixShortcut();
+
+        QTRY_VERIFY_WITH_TIMEOUT(m_appLog.append(m_app.readAll()).contains("Panel header: Copied! \xc2\xb7 3 edits \xc2\xb7 "),
+                                 15000);
+        QTRY_VERIFY_WITH_TIMEOUT(QGuiApplication::clipboard()->text().contains(QStringLiteral("I receive the package tomorrow.")),
+                                 5000);
+        QVERIFY(m_server.requests().isEmpty());
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "PanelViewHarness.h"
 
+#include "core/TextFixError.h"
 #include "diff/HtmlDiffWarmup.h"
 
 #include <QGuiApplication>
@@ -160,6 +161,7 @@ private Q_SLOTS:
                  QStringLiteral("Check your custom endpoint settings and try again."));
         QVERIFY(harness.isShown(QStringLiteral("dismissHint")));
         QCOMPARE(harness.text(QStringLiteral("retryButton")), QStringLiteral("Retry"));
+        QVERIFY(!harness.isShown(QStringLiteral("openSettingsButton")));
         click(harness, QStringLiteral("retryButton"));
         QCOMPARE(retries, 1);
         QVERIFY(!harness.controller->isShowing());
@@ -168,6 +170,18 @@ private Q_SLOTS:
         harness.controller->show(PanelPhase::error(QStringLiteral("Request timed out.")));
         QTRY_VERIFY(harness.isShown(QStringLiteral("dismissButton")));
         click(harness, QStringLiteral("dismissButton"));
+        QVERIFY(!harness.controller->isShowing());
+        QCOMPARE(retries, 1);
+
+        // Trying again cannot help a mode that needs a language model: the way out is Settings.
+        int settingsOpened = 0;
+        harness.controller->settingsAction = [&] { ++settingsOpened; };
+        harness.controller->show(PanelPhase::error(TextFixError::needsLanguageModelMessage()));
+        QTRY_VERIFY(harness.isShown(QStringLiteral("openSettingsButton")));
+        QCOMPARE(harness.text(QStringLiteral("errorTitle")), QStringLiteral("This mode needs a language model"));
+        QVERIFY(!harness.isShown(QStringLiteral("retryButton")));
+        click(harness, QStringLiteral("openSettingsButton"));
+        QCOMPARE(settingsOpened, 1);
         QVERIFY(!harness.controller->isShowing());
         QCOMPARE(retries, 1);
     }

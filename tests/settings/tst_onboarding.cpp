@@ -15,6 +15,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QJsonArray>
 #include <QMimeData>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -100,7 +101,12 @@ private:
     void waitForPolls() { QTest::qWait(3 * int(OnboardingController::clipboardPollInterval.count())); }
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY(m_analyticsServer.listen()); }
+    void initTestCase()
+    {
+        QVERIFY(m_analyticsServer.listen());
+        // Model servers are looked for only where a test puts them, never on the machine's own ports.
+        qputenv("TEMBREL_LOCAL_SERVERS", "Nothing=http://127.0.0.1:9/v1");
+    }
 
     void init()
     {
@@ -236,6 +242,26 @@ private Q_SLOTS:
         QTRY_COMPARE(m_onboarding->succeeded(), success);
         QCOMPARE(shown(QStringLiteral("successText")), success);
         QCOMPARE(item(QStringLiteral("letsGoButton"))->property("prominent").toBool(), success);
+    }
+
+    // A model server already running here is offered beside the offline fix, one click to use.
+    void localServerIsOffered()
+    {
+        TestHttpServer server;
+        server.setDefaultResponse(CannedResponse::json(
+            200, {{QStringLiteral("data"), QJsonArray{QJsonObject{{QStringLiteral("id"), QStringLiteral("llama3.2")}}}}}));
+        QVERIFY(server.listen());
+        const QByteArray previous = qgetenv("TEMBREL_LOCAL_SERVERS");
+        qputenv("TEMBREL_LOCAL_SERVERS", "Ollama=" + server.url(QStringLiteral("/v1")).toEncoded());
+        const bool opened = open();
+        qputenv("TEMBREL_LOCAL_SERVERS", previous);
+        QVERIFY(opened);
+        QVERIFY(goToTryIt());
+        QVERIFY(!m_settings->isCustomEndpointConfigured());
+        QVERIFY(click(QStringLiteral("useLocalServer")));
+        QTRY_VERIFY(m_settings->isCustomEndpointConfigured());
+        QCOMPARE(m_settings->customAPIURL(), server.url(QStringLiteral("/v1")).toString());
+        QCOMPARE(m_settings->customModelID(), QStringLiteral("llama3.2"));
     }
 
     void sampleIsSelectableInPlace()

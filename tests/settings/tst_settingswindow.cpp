@@ -3,9 +3,12 @@
 #include "SettingsWindowDriver.h"
 
 #include "engines/ApiKeyStore.h"
+#include "engines/CloudEngine.h"
+#include "engines/EngineChoice.h"
 #include "support/TestHttpServer.h"
 
 #include <QCoro/QCoroTask>
+#include <QJsonArray>
 #include <QQuickWindow>
 #include <QRegularExpression>
 #include <QScopeGuard>
@@ -28,8 +31,19 @@ class TestSettingsWindow : public QObject
 
     TestEnvironment m_env;
     std::unique_ptr<SettingsWindowDriver> m_ui;
+    TestHttpServer m_localServer;
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        // The only "model server on this computer" the window may find is this one.
+        const QJsonArray models{QJsonObject{{QStringLiteral("id"), QStringLiteral("llama3.2")}},
+                                QJsonObject{{QStringLiteral("id"), QStringLiteral("qwen2.5")}}};
+        m_localServer.setDefaultResponse(CannedResponse::json(200, {{QStringLiteral("data"), models}}));
+        QVERIFY(m_localServer.listen());
+        qputenv("TEMBREL_LOCAL_SERVERS", "Ollama=" + m_localServer.url(QStringLiteral("/v1")).toEncoded());
+    }
+
     void init() { m_ui = std::make_unique<SettingsWindowDriver>(m_env); }
 
     void cleanup()
@@ -228,6 +242,24 @@ private Q_SLOTS:
         QCOMPARE(m_ui->text(QStringLiteral("modelField")), QStringLiteral("llama3"));
     }
 
+    // A model server already running here is one click away, and the model field offers its models.
+    void localServerFillsTheEndpoint()
+    {
+        QVERIFY(m_ui->open());
+        const QString cloud = CloudEngine::baseUrlFromEnvironment();
+        QCOMPARE(m_ui->text(QStringLiteral("engineDescription")), engineDescription(chooseEngine(false, cloud)));
+        QTRY_VERIFY(m_ui->isShown(QStringLiteral("useLocalServer")));
+        QCOMPARE(m_ui->text(QStringLiteral("useLocalServer")), QStringLiteral("Use Ollama \u00b7 llama3.2"));
+        QVERIFY(m_ui->click(QStringLiteral("useLocalServer")));
+        QCOMPARE(m_ui->settings->customAPIURL(), m_localServer.url(QStringLiteral("/v1")).toString());
+        QCOMPARE(m_ui->settings->customModelID(), QStringLiteral("llama3.2"));
+        QVERIFY(m_ui->settings->isCustomEndpointConfigured());
+        QCOMPARE(m_ui->text(QStringLiteral("engineDescription")), engineDescription(EngineKind::custom));
+        QTRY_VERIFY(m_ui->item(QStringLiteral("modelChoices")) && m_ui->item(QStringLiteral("modelChoices"))->isVisible());
+        QVERIFY(m_ui->type(QStringLiteral("modelField"), QStringLiteral("myown")));
+        QCOMPARE(m_ui->settings->customModelID(), QStringLiteral("myown"));
+    }
+
     void apiKeyGoesToTheKeyring()
     {
         m_ui->settings->setUseCustomEndpoint(true);
@@ -292,8 +324,14 @@ private Q_SLOTS:
         if (!message.isEmpty())
             QCOMPARE(m_ui->text(QStringLiteral("connectionTestMessage")), message);
 
-        QCOMPARE(server.requestCount(), 1);
-        const RecordedRequest request = server.requests().first();
+        // Besides the model list the field asks for, exactly one test request.
+        QList<RecordedRequest> tests;
+        for (const RecordedRequest& sent : server.requests()) {
+            if (sent.path != "/v1/models")
+                tests.append(sent);
+        }
+        QCOMPARE(tests.size(), 1);
+        const RecordedRequest request = tests.first();
         QCOMPARE(request.path, QByteArray("/v1/chat/completions"));
         QCOMPARE(request.header("authorization"), QByteArray("Bearer sk-abc"));
         const QJsonArray messages = request.json().value(QStringLiteral("messages")).toArray();
