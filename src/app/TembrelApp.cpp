@@ -149,6 +149,18 @@ QString TembrelApp::fixWithMode(const QString& nameOrId)
         if (named != modes.cend())
             match = *named;
     }
+    if (!match) {
+        // The built-in modes answer to what they do, so that a line bound in a desktop's
+        // keyboard settings reads "tembrel --fix proofread" whatever the mode is called.
+        static const QList<std::pair<QString, int>> builtInWords = {
+            {QStringLiteral("proofread"), 1}, {QStringLiteral("professional"), 2},
+            {QStringLiteral("casual"), 3},    {QStringLiteral("tighten"), 4},
+        };
+        for (const auto& [word, number] : builtInWords) {
+            if (wanted.compare(word, Qt::CaseInsensitive) == 0)
+                match = m_modes->mode(ModeCatalogue::builtInId(number));
+        }
+    }
     if (!match)
         return QStringLiteral("There is no mode called '%1'.").arg(nameOrId);
     if (!match->isEnabled)

@@ -83,6 +83,9 @@ private Q_SLOTS:
         QTest::newRow("--fix by id")
             << QStringList{QStringLiteral("--fix=00000000-0000-0000-0000-000000000001")} << 0
             << QByteArray("already running") << QByteArray("Fixing the selection with the mode Tembrel");
+        QTest::newRow("--fix by what a built-in mode does")
+            << QStringList{QStringLiteral("--fix"), QStringLiteral("proofread")} << 0
+            << QByteArray("already running") << QByteArray("Fixing the selection with the mode Tembrel");
         QTest::newRow("--fix of no mode") << QStringList{QStringLiteral("--fix"), QStringLiteral("Pirate")} << 1
                                           << QByteArray("There is no mode called 'Pirate'.") << QByteArray();
         QTest::newRow("--fix of a mode turned off") << QStringList{QStringLiteral("--fix"), QStringLiteral("Concise")}
