@@ -116,7 +116,7 @@ QString PanelViewModel::errorTitle() const
 
 QString PanelViewModel::errorSubtitle() const
 {
-    return PanelTexts::errorSubtitle(m_phase.message);
+    return PanelTexts::errorSubtitle(m_phase.message, m_phase.detail);
 }
 
 QString PanelViewModel::editPosition() const

@@ -1,6 +1,9 @@
 #include "app/StatusMenu.h"
 #include "app/TembrelApp.h"
 #include "engines/ApiKeyStore.h"
+#include "engines/CustomOpenAIEngine.h"
+#include "panel/InlineDiffPanelController.h"
+#include "panel/PanelViewModel.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
 #include "platform/fake/FakePlatform.h"
@@ -24,6 +27,7 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
+Q_DECLARE_METATYPE(CannedResponse)
 
 namespace {
 
@@ -247,6 +251,70 @@ private Q_SLOTS:
         const qreal testBottom = test->mapToScene(QPointF(0, test->height())).y();
         const qreal betaTop = beta->mapToScene(QPointF(0, 0)).y();
         QVERIFY2(testBottom <= betaTop, qPrintable(QStringLiteral("%1 > %2").arg(testBottom).arg(betaTop)));
+    }
+
+    // A failed fix names what actually happened on the line under the title, and the panel never
+    // says the same words twice.
+    void failuresSayWhatHappened_data()
+    {
+        QTest::addColumn<QString>("endpoint"); // "server", "closed", a literal URL, or "cloud"
+        QTest::addColumn<CannedResponse>("answer");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("subtitle"); // %1: the address tried
+        const QJsonObject message{{"role", "assistant"}, {"content", "<think>first the plan"}};
+        QTest::newRow("nothing listens")
+            << "closed" << CannedResponse() << "Something went wrong"
+            << "Nothing answers at %1. Is the server running?";
+        QTest::newRow("time-out") << "server" << CannedResponse::json(200, {}, 4000) << "Something went wrong"
+                                  << "%1 did not answer in time.";
+        QTest::newRow("not a chat completion")
+            << "server" << CannedResponse::json(200, {{"hello", "world"}}) << "Something went wrong"
+            << "The endpoint's answer is not a chat completion (no \"choices\" list).";
+        QTest::newRow("empty choices") << "server" << CannedResponse::json(200, {{"choices", QJsonArray{}}})
+                                       << "Something went wrong" << "The endpoint answered with an empty list of choices.";
+        QTest::newRow("unclosed think")
+            << "server" << CannedResponse::json(200, {{"choices", QJsonArray{QJsonObject{{"message", message}}}}})
+            << "Something went wrong" << "The model's answer ended inside its <think> reasoning, before any text.";
+        QTest::newRow("key rejected") << "server" << CannedResponse::json(401, {}) << "Couldn't connect to your API"
+                                      << "The API key was rejected.";
+        QTest::newRow("forbidden") << "server" << CannedResponse::json(403, {}) << "Couldn't connect to your API"
+                                   << "The API key was rejected.";
+        QTest::newRow("server failed") << "server" << CannedResponse::json(503, {}) << "Couldn't connect to your API"
+                                       << "The endpoint's server failed while answering.";
+        QTest::newRow("not a URL") << "http://exa mple/v1" << CannedResponse() << "Couldn't reach the server"
+                                   << "\u201chttp://exa mple/v1\u201d is not a web address. Check the API URL in Settings.";
+        QTest::newRow("cloud refuses the request")
+            << "cloud" << CannedResponse::json(400, {{"error", "bad"}}) << "Something went wrong"
+            << "The service refused the request (HTTP 400).";
+    }
+
+    void failuresSayWhatHappened()
+    {
+        QFETCH(QString, endpoint);
+        QFETCH(CannedResponse, answer);
+        QFETCH(QString, title);
+        QFETCH(QString, subtitle);
+        TestHttpServer server;
+        QVERIFY(server.listen());
+        server.setDefaultResponse(answer);
+        QString url = server.url(QStringLiteral("/v1")).toString();
+        const QString address = QStringLiteral("127.0.0.1:") + QString::number(server.port());
+        if (endpoint == QStringLiteral("closed"))
+            server.close();
+        else if (endpoint != QStringLiteral("server") && endpoint != QStringLiteral("cloud"))
+            url = endpoint;
+        QSettings().setValue(QStringLiteral("useCustomEndpoint"), endpoint != QStringLiteral("cloud"));
+        QSettings().setValue(QStringLiteral("customAPIURL"), url);
+        qputenv("TEMBREL_CLOUD_URL", server.url().toString().toUtf8());
+        createApp();
+        qunsetenv("TEMBREL_CLOUD_URL");
+        m_app->customEngine().setTimeout(std::chrono::milliseconds(1000));
+        fix(QStringLiteral("Some selected text."));
+        PanelViewModel& panel = m_app->panel().viewModel();
+        QTRY_COMPARE_WITH_TIMEOUT(panel.phase().kind, PanelPhase::Kind::error, 15000);
+        QCOMPARE(panel.errorTitle(), title);
+        QCOMPARE(panel.errorSubtitle(), subtitle.arg(address));
+        QVERIFY(!panel.errorSubtitle().contains(panel.errorTitle()));
     }
 
     // Whichever window opens first, every window's controls come from one style.
