@@ -44,11 +44,12 @@ public:
     [[nodiscard]] QString excludingModeId() const { return m_excludingModeId; }
     void setExcludingModeId(const QString& modeId);
 
-    [[nodiscard]] bool isRecording() const { return m_window != nullptr; }
+    [[nodiscard]] bool isRecording() const { return m_listening; }
     [[nodiscard]] std::optional<Hotkey> pendingHotkey() const { return m_pending; }
     /// "Type shortcut" or the keys held so far while recording; the shortcut or "Set shortcut" otherwise.
     [[nodiscard]] QString displayText() const;
-    /// The warning under the control; empty while recording or when nothing conflicts.
+    /// The warning under the control: why the last recording was refused, or what the shortcut
+    /// conflicts with; empty while recording or when nothing conflicts.
     [[nodiscard]] QString conflictMessage() const;
 
     /// A click: starts recording the key events of `window`, or stops a recording in progress.
@@ -70,10 +71,13 @@ protected:
 private:
     void handleKey(const QKeyEvent& event, bool press);
     void modifiersChanged(quint64 modifierFlags);
+    void listen(bool listening);
 
     std::optional<Hotkey> m_hotkey;
     std::optional<Hotkey> m_pending;
     QPointer<ModesModel> m_modes;
     QString m_excludingModeId;
     QPointer<QWindow> m_window;
+    bool m_listening = false;
+    QString m_refusal;
 };

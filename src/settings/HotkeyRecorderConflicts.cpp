@@ -74,6 +74,26 @@ std::optional<QString> systemName(const Hotkey& hotkey)
     return std::nullopt;
 }
 
+bool isSentByTembrel(const Hotkey& hotkey)
+{
+    // C, X, V, Z and A with Ctrl (Command); C with Ctrl+Shift is how terminals are asked to copy.
+    static constexpr Reserved chords[] = {
+        {8, command}, {7, command}, {9, command}, {6, command}, {0, command}, {8, commandShift},
+    };
+    for (const Reserved& chord : chords) {
+        if (chord.keyCode == hotkey.keyCode && chord.modifiers == hotkey.modifierFlagsRawValue)
+            return true;
+    }
+    return false;
+}
+
+QString refusal(const Hotkey& hotkey)
+{
+    return hotkey.platformDisplayString()
+        + QStringLiteral(" is how applications copy, cut, paste, undo or select, and Tembrel sends such keys "
+                         "itself to copy your selection. Choose another shortcut; the previous one stays.");
+}
+
 QString message(const Hotkey& hotkey, const std::optional<QString>& otherModeName)
 {
     if (otherModeName)

@@ -14,4 +14,9 @@ namespace HotkeyRecorderConflicts {
 /// The warning under the recorder, first match wins: "Used by " + the other mode's name, then the
 /// system's shortcuts. Empty when there is nothing to warn about.
 [[nodiscard]] QString message(const Hotkey& hotkey, const std::optional<QString>& otherModeName);
+/// Whether the shortcut is a chord Tembrel sends itself or that every application needs: copy,
+/// cut, paste, undo, select all, and the terminal's copy. Such a shortcut is never saved.
+[[nodiscard]] bool isSentByTembrel(const Hotkey& hotkey);
+/// Why such a shortcut was not saved.
+[[nodiscard]] QString refusal(const Hotkey& hotkey);
 } // namespace HotkeyRecorderConflicts

@@ -317,6 +317,54 @@ private Q_SLOTS:
         QVERIFY(!panel.errorSubtitle().contains(panel.errorTitle()));
     }
 
+    // While the shortcut recorder listens, Tembrel's own global shortcuts stand aside, so a press
+    // of one reaches the recorder instead of starting a fix; they come back however it ends.
+    void recordingSuspendsTheGlobalShortcuts_data()
+    {
+        QTest::addColumn<QString>("ending");
+        QTest::addColumn<QList<quint16>>("keyCodes"); // registered afterwards
+        QTest::newRow("Escape") << "escape" << QList<quint16>{1};
+        QTest::newRow("a new shortcut") << "F6" << QList<quint16>{97};
+        QTest::newRow("a copy chord, refused") << "copy" << QList<quint16>{1};
+        QTest::newRow("window closed mid-recording") << "close" << QList<quint16>{1};
+    }
+
+    void recordingSuspendsTheGlobalShortcuts()
+    {
+        QFETCH(QString, ending);
+        QFETCH(QList<quint16>, keyCodes);
+        createApp();
+        QCOMPARE(m_fake.shortcuts->registrations.size(), 1);
+        m_app->showSettings();
+        QTRY_COMPARE(visibleQuickWindows().size(), 1);
+        QQuickWindow* window = visibleQuickWindows().first();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QQuickItem* button = nullptr;
+        QTRY_VERIFY((button = findItem(window->contentItem(), QStringLiteral("modeRow0RecorderButton"))));
+        const QPointF centre = button->mapToScene(QPointF(button->width() / 2, button->height() / 2));
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+        QTRY_COMPARE(button->property("text").toString(), QStringLiteral("Type shortcut"));
+        QVERIFY(m_fake.shortcuts->registrations.isEmpty());
+
+        const auto press = [window](Qt::Key key, Qt::KeyboardModifiers modifiers) {
+            QKeyEvent event(QEvent::KeyPress, key, modifiers);
+            QCoreApplication::sendEvent(window, &event);
+        };
+        if (ending == QStringLiteral("escape"))
+            press(Qt::Key_Escape, Qt::NoModifier);
+        else if (ending == QStringLiteral("F6"))
+            press(Qt::Key_F6, Qt::NoModifier);
+        else if (ending == QStringLiteral("copy"))
+            press(Qt::Key_C, Qt::ControlModifier);
+        else
+            window->close();
+        QList<quint16> registered;
+        QTRY_VERIFY(!m_fake.shortcuts->registrations.isEmpty());
+        for (const auto& registration : std::as_const(m_fake.shortcuts->registrations))
+            registered.append(registration.keyCode);
+        QCOMPARE(registered, keyCodes);
+    }
+
     // Whichever window opens first, every window's controls come from one style.
     void oneStyleInEveryWindow_data()
     {
