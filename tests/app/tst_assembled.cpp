@@ -18,6 +18,7 @@
 #include <QJsonArray>
 #include <QQmlContext>
 #include <QQuickItem>
+#include <QQuickView>
 #include <QQuickWindow>
 #include <QRegularExpression>
 #include <QSet>
@@ -363,6 +364,60 @@ private Q_SLOTS:
         for (const auto& registration : std::as_const(m_fake.shortcuts->registrations))
             registered.append(registration.keyCode);
         QCOMPARE(registered, keyCodes);
+    }
+
+    // The success panel comes in at its final size with its final count: from the first frame
+    // that shows the result, neither the panel's shape nor its header changes any more. The
+    // service's own count (99) differs from the diff's, which is the one to show.
+    void successAppearsSettled_data()
+    {
+        QTest::addColumn<QString>("selection");
+        QTest::addColumn<QString>("edits");
+        QTest::newRow("one line") << "I saw teh cat." << "1 edit";
+        QTest::newRow("a paragraph") << QString("teh cat adn teh dog ").repeated(12) << "36 edits";
+    }
+
+    void successAppearsSettled()
+    {
+        QFETCH(QString, selection);
+        QFETCH(QString, edits);
+        TestHttpServer cloud;
+        QVERIFY(cloud.listen());
+        cloud.setHandler([](const RecordedRequest& request) {
+            const QString sent = request.json().value(QStringLiteral("text")).toString();
+            return CannedResponse::json(200, {{"fixedText", corrected(sent)}, {"editCount", 99}}, 800);
+        });
+        QSettings().setValue(QStringLiteral("useCustomEndpoint"), false);
+        qputenv("TEMBREL_CLOUD_URL", cloud.url().toString().toUtf8());
+        createApp();
+        qunsetenv("TEMBREL_CLOUD_URL");
+        fix(selection);
+        // The loading pill is up while the service thinks.
+        QTRY_VERIFY(m_app->panel().window() && m_app->panel().window()->isVisible());
+        QQuickWindow* window = m_app->panel().window();
+        QQuickItem* root = window->contentItem()->childItems().value(0);
+        QVERIFY(root);
+
+        // What every frame shows once the result's header is on screen.
+        QStringList frames;
+        connect(window, &QQuickWindow::afterAnimating, this, [&] {
+            QQuickItem* header = findItem(root, QStringLiteral("successHeader"));
+            qreal opacity = header && header->isVisible() ? 1.0 : 0.0;
+            for (QQuickItem* item = header; item && opacity > 0; item = item->parentItem())
+                opacity *= item->opacity();
+            if (opacity > 0) {
+                const QRectF shape = root->property("backgroundRect").toRectF();
+                frames.append(QStringLiteral("%1x%2 %3").arg(shape.width()).arg(shape.height())
+                                  .arg(header->property("text").toString().section(QStringLiteral(" · "), 1, 1)));
+            }
+        });
+        QCOMPARE(m_app->panel().viewModel().phase().kind, PanelPhase::Kind::loading);
+        QTRY_VERIFY_WITH_TIMEOUT(m_app->usage().totalTembrels() == 1, 20000);
+        QTRY_VERIFY(frames.size() > 3);
+        QTest::qWait(300);
+        frames.removeDuplicates();
+        QCOMPARE(frames.size(), 1);
+        QVERIFY2(frames.first().endsWith(QStringLiteral(" ") + edits), qPrintable(frames.first()));
     }
 
     // Whichever window opens first, every window's controls come from one style.
