@@ -34,14 +34,31 @@ Item {
                 found.push({ x: first.x, y: first.y, width: last.x - first.x, height: first.height })
         }
         segments = found
+        // A text not laid out yet answers with empty rectangles: look again a moment later.
+        if (found.length < ranges.length && retries < 20) {
+            ++retries
+            relayout.restart()
+        }
     }
 
-    onRangesChanged: Qt.callLater(layout)
-    onWidthChanged: Qt.callLater(layout)
+    property int retries: 0
+    function schedule() {
+        retries = 0
+        relayout.restart()
+    }
+    Timer {
+        id: relayout
+        interval: 16
+        onTriggered: lines.layout()
+    }
+
+    onRangesChanged: schedule()
+    onWidthChanged: schedule()
     Connections {
         target: lines.target
-        function onContentHeightChanged() { Qt.callLater(lines.layout) }
-        function onTextChanged() { Qt.callLater(lines.layout) }
+        function onContentHeightChanged() { lines.schedule() }
+        function onContentWidthChanged() { lines.schedule() }
+        function onTextChanged() { lines.schedule() }
     }
 
     Repeater {
