@@ -53,10 +53,10 @@ void PanelAdapter::showLoading()
     m_panel.show(PanelPhase::loading());
 }
 
-void PanelAdapter::showError(const QString& message)
+void PanelAdapter::showError(const QString& message, const QString& detail)
 {
     m_panel.viewModel().onEditCount = {};
-    showPhase(PanelPhase::error(message));
+    showPhase(PanelPhase::error(message, detail));
 }
 
 void PanelAdapter::showSuccess(const FixResult& result, double durationSeconds, EditCountCallback onEditCount)

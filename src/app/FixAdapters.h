@@ -51,7 +51,7 @@ class PanelAdapter : public FixPanel
 public:
     explicit PanelAdapter(InlineDiffPanelController& panel) : m_panel(panel) {}
     void showLoading() override;
-    void showError(const QString& message) override;
+    void showError(const QString& message, const QString& detail) override;
     void showSuccess(const FixResult& result, double durationSeconds, EditCountCallback onEditCount) override;
     void showNoChanges(const FixResult& result, double durationSeconds, EditCountCallback onEditCount) override;
 

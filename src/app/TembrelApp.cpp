@@ -19,6 +19,7 @@
 #include "history/HistoryWindowController.h"
 #include "modes/HotkeyManager.h"
 #include "modes/ModeManager.h"
+#include "modes/ShortcutRecording.h"
 #include "panel/InlineDiffPanelController.h"
 #include "platform/PlatformServices.h"
 #include "settings/OnboardingController.h"
@@ -178,6 +179,14 @@ void TembrelApp::registerHotkeys()
 
 void TembrelApp::watchModeShortcuts()
 {
+    // While a recorder listens, the keys the user types belong to it: Tembrel's own shortcuts
+    // stand aside and come back when it stops.
+    connect(&ShortcutRecording::instance(), &ShortcutRecording::activeChanged, this, [this](bool recording) {
+        if (recording)
+            m_hotkeys->unregisterAll();
+        else
+            registerHotkeys();
+    });
     // The catalogue announces every assignment, also of an identical list; shortcuts are
     // registered again only when what they imply (ids, enabled flags, keys) differs from what was
     // last registered, and then on a later turn of the event loop, after the change is complete.
@@ -186,7 +195,10 @@ void TembrelApp::watchModeShortcuts()
         if (configs == m_registeredConfigs)
             return;
         m_registeredConfigs = configs;
-        QMetaObject::invokeMethod(this, &TembrelApp::registerHotkeys, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, [this] {
+            if (!ShortcutRecording::instance().isActive())
+                registerHotkeys();
+        }, Qt::QueuedConnection);
     });
 }
 

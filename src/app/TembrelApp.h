@@ -64,6 +64,7 @@ public:
     [[nodiscard]] AnalyticsManager& analytics() { return *m_analytics; }
     [[nodiscard]] PlatformServices& platform() { return *m_platform; }
     [[nodiscard]] UpdateController& updates() { return *m_updates; }
+    [[nodiscard]] CustomOpenAIEngine& customEngine() { return *m_customEngine; }
     /// Windows call `taskbarPolicy().manage(window)` once; it keeps them out of the task bar
     /// whenever "hideDockIcon" is on.
     [[nodiscard]] TaskbarPolicy& taskbarPolicy() { return m_taskbar; }

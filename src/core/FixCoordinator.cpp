@@ -221,7 +221,7 @@ void FixCoordinator::finishWithError(const Run& run, const FixError& error, bool
 {
     run.trace->record(QStringLiteral("error"), traceReason(error, customInUse));
     run.trace->record(QStringLiteral("panel_shown"), QStringLiteral("error"));
-    m_neighbours.panel.showError(panelMessage(error, customInUse));
+    m_neighbours.panel.showError(panelMessage(error, customInUse), failureDetail(error));
     reportFailure(customInUse, failureCategory(error));
 }
 

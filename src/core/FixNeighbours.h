@@ -63,8 +63,8 @@ public:
     virtual ~FixPanel() = default;
     /// Shows the loading pill.
     virtual void showLoading() = 0;
-    /// Shows the error phase with its message.
-    virtual void showError(const QString& message) = 0;
+    /// Shows the error phase with its message and, when known, what actually happened.
+    virtual void showError(const QString& message, const QString& detail = {}) = 0;
     /// Shows a result that changed the text; `durationSeconds` is how long the fix took.
     virtual void showSuccess(const FixResult& result, double durationSeconds, EditCountCallback onEditCount) = 0;
     /// Shows that the text needed no changes.

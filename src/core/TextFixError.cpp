@@ -57,6 +57,13 @@ QString TextFixError::errorDescription() const
     return QString();
 }
 
+TextFixError TextFixError::withDetail(QString detail) const
+{
+    TextFixError detailed = *this;
+    detailed.m_detail = std::move(detail);
+    return detailed;
+}
+
 QString TextFixError::panelMessage(bool customEndpointConfigured) const
 {
     switch (m_kind) {
@@ -113,6 +120,20 @@ QString panelMessage(const FixError& error, bool customEndpointConfigured)
     if (const auto* endpointError = std::get_if<CustomEndpointError>(&error))
         return errorDescription(*endpointError);
     return QStringLiteral("Something went wrong. Try again?");
+}
+
+QString failureDetail(const FixError& error)
+{
+    if (const auto* fixError = std::get_if<TextFixError>(&error))
+        return fixError->detail();
+    if (const auto* other = std::get_if<OtherError>(&error))
+        return other->detail;
+    switch (std::get<CustomEndpointError>(error)) {
+    case CustomEndpointError::authenticationFailed: return QStringLiteral("The API key was rejected.");
+    case CustomEndpointError::serverError: return QStringLiteral("The endpoint's server failed while answering.");
+    case CustomEndpointError::invalidResponse: return QString();
+    }
+    return QString();
 }
 
 FailureCategory failureCategory(const FixError& error)

@@ -32,6 +32,10 @@ public:
     [[nodiscard]] Kind kind() const { return m_kind; }
     [[nodiscard]] int maximumLength() const { return m_maximumLength; }
     [[nodiscard]] const std::optional<NetworkFailure>& underlying() const { return m_underlying; }
+    /// The same failure with a sentence on what actually happened (the panel's second line).
+    [[nodiscard]] TextFixError withDetail(QString detail) const;
+    /// What actually happened, in the user's words; empty when nothing more is known.
+    [[nodiscard]] const QString& detail() const { return m_detail; }
 
     /// Short developer text.
     [[nodiscard]] QString errorDescription() const;
@@ -42,7 +46,11 @@ public:
     /// The analytics category.
     [[nodiscard]] FailureCategory category() const;
 
-    bool operator==(const TextFixError&) const = default;
+    /// The same failure whatever its detail says: the detail explains, it does not distinguish.
+    bool operator==(const TextFixError& other) const
+    {
+        return m_kind == other.m_kind && m_maximumLength == other.m_maximumLength && m_underlying == other.m_underlying;
+    }
 
 private:
     explicit TextFixError(Kind kind) : m_kind(kind) {}
@@ -50,6 +58,7 @@ private:
     Kind m_kind;
     int m_maximumLength = 0;
     std::optional<NetworkFailure> m_underlying;
+    QString m_detail;
 };
 
 /// Failures only the user's own endpoint produces; their description is also the panel message.
@@ -61,7 +70,8 @@ enum class CustomEndpointError { authenticationFailed, serverError, invalidRespo
 struct OtherError
 {
     QString description;
-    bool operator==(const OtherError&) const = default;
+    QString detail; ///< what actually happened, in the user's words; may be empty
+    bool operator==(const OtherError& other) const { return description == other.description; }
 };
 
 /// Everything an engine can fail with.
@@ -69,6 +79,8 @@ using FixError = std::variant<TextFixError, CustomEndpointError, OtherError>;
 
 /// What the result panel shows for any failure.
 [[nodiscard]] QString panelMessage(const FixError& error, bool customEndpointConfigured);
+/// What actually happened, for the line under the panel's title; empty when nothing more is known.
+[[nodiscard]] QString failureDetail(const FixError& error);
 /// The analytics category of any failure.
 [[nodiscard]] FailureCategory failureCategory(const FixError& error);
 /// What the trace records for a failure: the panel message, the endpoint error's description, or

@@ -30,6 +30,7 @@ class DiffRenderViewModel : public QObject
     Q_PROPERTY(bool dark READ dark WRITE setDark NOTIFY darkChanged)
     Q_PROPERTY(QString attributed READ attributed NOTIFY attributedChanged)
     Q_PROPERTY(QVariantList runs READ runs NOTIFY attributedChanged)
+    Q_PROPERTY(QVariantList strikeRanges READ strikeRanges NOTIFY attributedChanged)
     Q_PROPERTY(qint64 editCount READ editCount NOTIFY attributedChanged)
     Q_PROPERTY(bool isComputing READ isComputing NOTIFY isComputingChanged)
     Q_PROPERTY(QColor textColor READ textColor NOTIFY paletteChanged)
@@ -69,6 +70,7 @@ public:
     void setDark(bool dark);
     [[nodiscard]] QString attributed() const { return m_styled.html; }
     [[nodiscard]] QVariantList runs() const { return m_styled.runs; }
+    [[nodiscard]] QVariantList strikeRanges() const { return ::strikeRanges(m_styled.runs); }
     [[nodiscard]] qint64 editCount() const { return m_styled.editCount; }
     [[nodiscard]] bool isComputing() const { return m_computing; }
     [[nodiscard]] QColor textColor() const { return colors().text; }

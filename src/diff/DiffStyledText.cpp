@@ -55,10 +55,26 @@ DiffColors diffColors(DiffPaletteKind palette, bool dark)
                 : DiffColors{QColor(0x20, 0x21, 0x24), QColor(0xd9, 0x30, 0x25), QColor(0x18, 0x80, 0x38)};
 }
 
+QVariantList strikeRanges(const QVariantList &runs)
+{
+    QVariantList ranges;
+    qsizetype position = 0;
+    for (const QVariant &item : runs) {
+        const QVariantMap map = item.toMap();
+        const qsizetype length = escapeWhitespace(map.value(QStringLiteral("text")).toString()).size();
+        if (map.value(QStringLiteral("kind")).toString() == u"removed")
+            ranges.append(QVariantMap{{QStringLiteral("start"), position}, {QStringLiteral("end"), position + length}});
+        position += length;
+    }
+    return ranges;
+}
+
 StyledDiff styleDiff(const DiffComputation &diff, const DiffColors &colors)
 {
     const QString text = cssColor(colors.text);
-    const QString removedStyle = QStringLiteral("color:%1;background-color:%2;text-decoration:line-through")
+    // No line-through: Qt's rich text would draw it in the text colour; views draw it in the
+    // removal colour from strikeRanges().
+    const QString removedStyle = QStringLiteral("color:%1;background-color:%2")
                                      .arg(text, cssColor(colors.removal, kDiffTintOpacity));
     const QString addedStyle =
         QStringLiteral("color:%1;background-color:%2").arg(text, cssColor(colors.addition, kDiffTintOpacity));

@@ -34,6 +34,10 @@ struct StyledDiff
 /// unchanged words plain, whitespace runs never tinted. Pure; safe on any thread.
 [[nodiscard]] StyledDiff styleDiff(const DiffComputation &diff, const DiffColors &colors);
 
+/// Where the removed runs sit in the text a view shows: {start, end} maps of text positions
+/// (UTF-16 units, a line break counting one), for views that draw the strike lines themselves.
+[[nodiscard]] QVariantList strikeRanges(const QVariantList &runs);
+
 /// Background tint opacity of removed and added words.
 inline constexpr double kDiffTintOpacity = 0.15;
 /// Opacity of the strike line through removed words.

@@ -16,5 +16,6 @@ list(APPEND TEMBREL_GUI_SOURCES
   diff/DiffStyledText.h diff/DiffStyledText.cpp
   diff/DiffRenderViewModel.h diff/DiffRenderViewModel.cpp
 )
+list(APPEND TEMBREL_QML_FILES diff/DiffStrikeLines.qml)
 # The generated QML type registrations include DiffRenderViewModel.h by its bare name.
 cmake_language(DEFER CALL target_include_directories tembrel_gui PRIVATE ${CMAKE_CURRENT_LIST_DIR})

@@ -8,8 +8,12 @@
 
 namespace {
 
-ApiKeyStoreError::Kind kindOf(QKeychain::Error error)
+ApiKeyStoreError::Kind kindOf(QKeychain::Error error, const QString& why)
 {
+    // With no Secret Service on the session bus the library reports a plain failure; its D-Bus
+    // text is the only sign that there is no keyring at all.
+    if (why.contains(QStringLiteral("org.freedesktop.secrets")))
+        return ApiKeyStoreError::Kind::noKeyring;
     switch (error) {
     case QKeychain::NoBackendAvailable:
     case QKeychain::NotImplemented: return ApiKeyStoreError::Kind::noKeyring;
@@ -41,8 +45,10 @@ QString ApiKeyStoreError::message() const
     const bool saving = operation == Operation::save;
     switch (kind) {
     case Kind::noKeyring:
-        return saving ? QStringLiteral("No keyring is available on this system, so the API key was not saved.")
-                      : QStringLiteral("No keyring is available on this system, so the API key could not be removed.");
+        return (saving ? QStringLiteral("No keyring is available on this system, so the API key was not saved.")
+                       : QStringLiteral("No keyring is available on this system, so the API key could not be removed."))
+            + QStringLiteral(" Install a Secret Service keyring (gnome-keyring, or KeePassXC with its Secret "
+                             "Service turned on), log in again, and enter the key once more.");
     case Kind::accessDenied:
         return saving ? QStringLiteral("The keyring refused to save the API key. Unlock it and try again.")
                       : QStringLiteral("The keyring refused to remove the API key. Unlock it and try again.");
@@ -82,7 +88,7 @@ QCoro::Task<std::optional<ApiKeyStoreError>> ApiKeyStore::setKey(QString key)
         if (error == QKeychain::NoError || error == QKeychain::EntryNotFound)
             co_return std::nullopt;
         qCWarning(lcCustomEngine) << "removing the API key from the keyring failed:" << job->errorString();
-        co_return ApiKeyStoreError{kindOf(error), ApiKeyStoreError::Operation::remove};
+        co_return ApiKeyStoreError{kindOf(error, job->errorString()), ApiKeyStoreError::Operation::remove};
     }
     auto* job = new QKeychain::WritePasswordJob(service);
     job->setTextData(key);
@@ -90,5 +96,5 @@ QCoro::Task<std::optional<ApiKeyStoreError>> ApiKeyStore::setKey(QString key)
     if (error == QKeychain::NoError)
         co_return std::nullopt;
     qCWarning(lcCustomEngine) << "saving the API key in the keyring failed:" << job->errorString();
-    co_return ApiKeyStoreError{kindOf(error), ApiKeyStoreError::Operation::save};
+    co_return ApiKeyStoreError{kindOf(error, job->errorString()), ApiKeyStoreError::Operation::save};
 }

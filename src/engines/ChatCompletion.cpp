@@ -53,7 +53,13 @@ namespace {
 
 OtherError undecodable(const QString& why)
 {
-    return OtherError{QStringLiteral("The endpoint's answer could not be read: ") + why};
+    return OtherError{QStringLiteral("The endpoint's answer could not be read: ") + why,
+                      QStringLiteral("The endpoint's answer is not a chat completion (") + why + QStringLiteral(").")};
+}
+
+TextFixError noText(const QString& why)
+{
+    return TextFixError::emptyResponse().withDetail(why);
 }
 
 // Some servers send the content as a list of typed parts; only the text parts are the answer.
@@ -83,7 +89,7 @@ Outcome<QString> decodeAnswer(const QByteArray& body)
     if (!choices.isArray())
         return undecodable(QStringLiteral("no \"choices\" list"));
     if (choices.toArray().isEmpty())
-        return TextFixError::emptyResponse();
+        return noText(QStringLiteral("The endpoint answered with an empty list of choices."));
     const QJsonValue message = choices.toArray().first().toObject().value(QStringLiteral("message"));
     if (!message.isObject())
         return undecodable(QStringLiteral("the first choice has no message"));
@@ -93,7 +99,7 @@ Outcome<QString> decodeAnswer(const QByteArray& body)
     const QJsonValue content = message.toObject().value(QStringLiteral("content"));
     QString text;
     if (content.isUndefined() || content.isNull()) {
-        return TextFixError::emptyResponse();
+        return noText(QStringLiteral("The model's answer holds no text."));
     } else if (content.isString()) {
         text = content.toString();
     } else if (const auto parts = textOfParts(content.toArray()); content.isArray() && parts) {
@@ -103,8 +109,10 @@ Outcome<QString> decodeAnswer(const QByteArray& body)
     }
 
     const std::optional<QString> answer = stripReasoning(text);
-    if (!answer || answer->trimmed().isEmpty())
-        return TextFixError::emptyResponse();
+    if (!answer)
+        return noText(QStringLiteral("The model's answer ended inside its <think> reasoning, before any text."));
+    if (answer->trimmed().isEmpty())
+        return noText(QStringLiteral("The model's answer holds no text."));
     return *answer;
 }
 

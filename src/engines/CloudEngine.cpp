@@ -145,8 +145,11 @@ FixOutcome CloudEngine::outcomeOf(int status, const QByteArray& body, const QStr
     }
     qCWarning(lcCloudEngine) << "HTTP" << status;
     if (status == 400)
-        return errorCode(body) == u"INPUT_TOO_LONG" ? TextFixError::inputTooLong(int(maxTextLength))
-                                                   : TextFixError::emptyInput();
+        // The text was there (an empty one never leaves this computer): the service refused the
+        // request itself, which is no reason to tell the user to select something.
+        return errorCode(body) == u"INPUT_TOO_LONG"
+            ? TextFixError::inputTooLong(int(maxTextLength))
+            : TextFixError::processingFailed().withDetail(QStringLiteral("The service refused the request (HTTP 400)."));
     if (status == 429)
         return TextFixError::rateLimited();
     return TextFixError::processingFailed();

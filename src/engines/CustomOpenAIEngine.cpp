@@ -27,7 +27,31 @@ FixError errorForStatus(int status)
         return TextFixError::rateLimited();
     if (status >= 500 && status <= 599)
         return CustomEndpointError::serverError;
-    return TextFixError::processingFailed();
+    return TextFixError::processingFailed().withDetail(
+        QStringLiteral("The endpoint refused the request (HTTP %1).").arg(status));
+}
+
+// "127.0.0.1:11434": where the endpoint was looked for, as the user would write it.
+QString address(const QUrl& url)
+{
+    return url.host() + u':' + QString::number(url.port(url.scheme() == u"https" ? 443 : 80));
+}
+
+// What a failure on the way to the endpoint means for the user.
+QString transportDetail(const QUrl& url, const NetworkFailure& failure)
+{
+    switch (failure.kind) {
+    case NetworkFailure::Kind::cannotConnect:
+        return QStringLiteral("Nothing answers at %1. Is the server running?").arg(address(url));
+    case NetworkFailure::Kind::timeout:
+        return QStringLiteral("%1 did not answer in time.").arg(address(url));
+    case NetworkFailure::Kind::cannotFindHost:
+        return QStringLiteral("No computer named %1 was found.").arg(url.host());
+    case NetworkFailure::Kind::connectionLost:
+        return QStringLiteral("%1 closed the connection before answering.").arg(address(url));
+    default:
+        return failure.description;
+    }
 }
 
 } // namespace
@@ -64,7 +88,8 @@ QCoro::Task<FixOutcome> CustomOpenAIEngine::fix(QString text, QString systemProm
     const std::optional<QUrl> url = ChatCompletion::endpointUrl(config.url);
     if (!url) {
         qCWarning(lcCustomEngine) << "the endpoint URL is not usable";
-        co_return TextFixError::networkError();
+        co_return TextFixError::networkError().withDetail(
+            QStringLiteral("\u201c%1\u201d is not a web address. Check the API URL in Settings.").arg(config.url.trimmed()));
     }
 
     // Kept out of a conditional expression: GCC 12 mishandles temporaries around a co_await there.
@@ -175,11 +200,12 @@ QCoro::Task<Outcome<QString>> CustomOpenAIEngine::send(Request request, QString 
     case HttpAnswer::Kind::notHttp:
         qCWarning(lcCustomEngine) << "the answer was not an HTTP response";
         record(request.trace, QStringLiteral("request_failed"), QStringLiteral("invalid response type"));
-        co_return TextFixError::networkError();
+        co_return TextFixError::networkError().withDetail(
+            QStringLiteral("%1 answered, but not over HTTP.").arg(address(request.url)));
     case HttpAnswer::Kind::transportFailure:
         qCWarning(lcCustomEngine) << "request failed:" << answer.failure.summary();
         record(request.trace, QStringLiteral("request_failed"), answer.failure.summary());
-        co_return OtherError{answer.failure.description};
+        co_return OtherError{answer.failure.description, transportDetail(request.url, answer.failure)};
     case HttpAnswer::Kind::redirectRefused:
         qCWarning(lcCustomEngine) << "the endpoint redirected to another origin; not followed";
         record(request.trace, QStringLiteral("request_failed"), QStringLiteral("redirect to another origin refused"));

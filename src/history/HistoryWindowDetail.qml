@@ -174,6 +174,13 @@ Item {
                 // plain would otherwise come up as its own HTML source, and plain text switched
                 // to rich would be read as markup.
                 Component.onCompleted: detail.showEntryText()
+
+                DiffStrikeLines {
+                    target: entryText
+                    ranges: detail.showsDiff ? wordDiff.strikeRanges : []
+                    color: Qt.rgba(wordDiff.removalColor.r, wordDiff.removalColor.g, wordDiff.removalColor.b, 0.6)
+                    thickness: Math.max(1, Math.round(entryText.font.pixelSize / 13))
+                }
             }
         }
 

@@ -57,8 +57,7 @@ QString runHtml(const Run& run, const DiffColors& colors, bool highlighted)
     const double tint = highlighted ? highlightTintOpacity : kDiffTintOpacity;
     QString style = QStringLiteral("color:") + cssColor(colors.text);
     if (run.kind == Kind::removed)
-        style += QStringLiteral(";background-color:") + cssColor(colors.removal, tint)
-            + QStringLiteral(";text-decoration:line-through");
+        style += QStringLiteral(";background-color:") + cssColor(colors.removal, tint); // the view strikes it
     else if (run.kind == Kind::added)
         style += QStringLiteral(";background-color:") + cssColor(colors.addition, tint);
     return QStringLiteral("<span style=\"") + style + QStringLiteral("\">") + text + QStringLiteral("</span>");

@@ -1,5 +1,7 @@
 #include "panel/NavigableDiffText.h"
 
+#include "diff/DiffStyledText.h"
+
 NavigableDiffText::NavigableDiffText(QObject* parent)
     : QObject(parent)
 {
@@ -56,4 +58,9 @@ qsizetype NavigableDiffText::segmentOf(int edit) const
             return i;
     }
     return -1;
+}
+
+QVariantList NavigableDiffText::strikeRanges() const
+{
+    return ::strikeRanges(m_runs);
 }

@@ -17,6 +17,7 @@ class NavigableDiffText : public QObject
     Q_PROPERTY(QString html READ html NOTIFY htmlChanged)
     Q_PROPERTY(int editCount READ editCount NOTIFY htmlChanged)
     Q_PROPERTY(int segmentCount READ segmentCount NOTIFY htmlChanged)
+    Q_PROPERTY(QVariantList strikeRanges READ strikeRanges NOTIFY htmlChanged)
 
 public:
     explicit NavigableDiffText(QObject* parent = nullptr);
@@ -30,6 +31,8 @@ public:
     [[nodiscard]] QString html() const { return m_diff.html; }
     [[nodiscard]] int editCount() const { return m_diff.editCount; }
     [[nodiscard]] int segmentCount() const { return int(m_diff.segments.size()); }
+    /// Where the removed words sit in `html`'s text, for the strike lines the view draws.
+    [[nodiscard]] QVariantList strikeRanges() const;
     [[nodiscard]] const SegmentedDiff& diff() const { return m_diff; }
 
     /// Text position where edit `edit` starts; -1 when there is no such edit.

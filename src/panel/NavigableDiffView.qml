@@ -59,6 +59,13 @@ Item {
             font.pixelSize: view.theme.bodySize
             text: segments.html
             onContentHeightChanged: Qt.callLater(view.frameCurrentEdit)
+
+            DiffStrikeLines {
+                target: text
+                ranges: segments.strikeRanges
+                color: Qt.rgba(render.removalColor.r, render.removalColor.g, render.removalColor.b, 0.6)
+                thickness: Math.max(1, Math.round(text.font.pixelSize / 13))
+            }
         }
 
         // The current edit's frame, like the HTML view's outline.

@@ -22,11 +22,12 @@ PanelPhase PanelPhase::noChanges(double duration)
     return phase;
 }
 
-PanelPhase PanelPhase::error(const QString& message)
+PanelPhase PanelPhase::error(const QString& message, const QString& detail)
 {
     PanelPhase phase;
     phase.kind = Kind::error;
     phase.message = message;
+    phase.detail = detail;
     return phase;
 }
 
@@ -79,7 +80,7 @@ bool operator==(const PanelPhase& a, const PanelPhase& b)
     case PanelPhase::Kind::noChanges:
         return a.duration == b.duration;
     case PanelPhase::Kind::error:
-        return a.message == b.message;
+        return a.message == b.message && a.detail == b.detail;
     case PanelPhase::Kind::loading:
         return true;
     }

@@ -14,6 +14,7 @@ struct PanelPhase
     FixResult result;      ///< success only
     double duration = 0.0; ///< seconds the fix took; success and noChanges
     QString message;       ///< error only
+    QString detail;        ///< error only: what actually happened, when known
 
     /// The loading pill.
     [[nodiscard]] static PanelPhase loading();
@@ -21,8 +22,8 @@ struct PanelPhase
     [[nodiscard]] static PanelPhase success(const FixResult& result, double duration);
     /// A fix that needed no changes, and how long it took.
     [[nodiscard]] static PanelPhase noChanges(double duration);
-    /// A failed fix with the message shown to the user.
-    [[nodiscard]] static PanelPhase error(const QString& message);
+    /// A failed fix with the message shown to the user and, when known, what actually happened.
+    [[nodiscard]] static PanelPhase error(const QString& message, const QString& detail = {});
 
     /// Seconds the countdown of this phase runs; none for loading, which never counts down.
     [[nodiscard]] std::optional<double> countdownDuration() const;

@@ -20,6 +20,10 @@ Item {
     onBackgroundRectChanged: backgroundChanged()
 
     readonly property bool loading: model.phase === PanelViewModel.Loading
+    // A success is built out of sight while its diff settles; the pill stays until then, so the
+    // result comes in at its final size with its final count.
+    readonly property bool settling: model.phase === PanelViewModel.Success && !model.isSettled
+    readonly property bool pillShown: loading || settling
 
     PanelTheme {
         id: panelTheme
@@ -32,17 +36,30 @@ Item {
         theme: panelTheme
         anchors.horizontalCenter: parent.horizontalCenter
         y: 0
-        width: root.loading ? (content.item ? content.item.implicitWidth : 0) : root.width
-        height: Math.min(root.height, content.item ? content.item.implicitHeight : 0)
-        radius: root.loading ? height / 2 : 14
+        width: root.settling ? settlingPill.implicitWidth
+                             : root.loading ? (content.item ? content.item.implicitWidth : 0) : root.width
+        height: root.settling ? settlingPill.implicitHeight
+                              : Math.min(root.height, content.item ? content.item.implicitHeight : 0)
+        radius: root.pillShown ? height / 2 : 14
 
         HoverHandler {
             onHoveredChanged: root.model.isHovered = hovered
         }
 
         Loader {
-            id: content
+            id: settlingPill
+            active: root.settling
             anchors.fill: parent
+            sourceComponent: loadingPill
+        }
+
+        Loader {
+            id: content
+            // Full width while a success settles, so it lays out as it will be shown.
+            width: root.settling ? root.width : parent.width
+            height: root.settling ? (item ? item.implicitHeight : 0) : parent.height
+            opacity: root.settling ? 0 : 1
+            enabled: !root.settling
             sourceComponent: {
                 switch (root.model.phase) {
                 case PanelViewModel.Success: return success

@@ -3,6 +3,8 @@
 #include "core/TextFixError.h"
 #include "core/TextFormat.h"
 
+#include <QRegularExpression>
+
 namespace {
 
 bool containsAny(const QString& message, std::initializer_list<const char16_t*> words)
@@ -58,15 +60,25 @@ QString errorTitle(const QString& message)
     return QStringLiteral("Something went wrong");
 }
 
-QString errorSubtitle(const QString& message)
+QString errorSubtitle(const QString& message, const QString& detail)
 {
     if (message == TextFixError::needsLanguageModelMessage())
         return QStringLiteral("Proofreading works on this computer. For this mode, add an OpenAI-compatible endpoint in Settings.");
+    if (!detail.isEmpty())
+        return detail;
     // "connection" alone is deliberately not enough here: such a message is shown as it is.
     if (containsAny(message, {u"internet", u"server"}))
         return QStringLiteral("Check your internet connection and try again.");
     if (containsAny(message, {u"API endpoint", u"authentication", u"API key"}))
         return QStringLiteral("Check your custom endpoint settings and try again.");
+    // A message that opens with the title's words ("Something went wrong. Try again?") keeps
+    // only the rest, so the panel does not say the same thing twice.
+    const QString title = errorTitle(message);
+    if (message.startsWith(title)) {
+        const QString rest = message.mid(title.size()).remove(QRegularExpression(QStringLiteral("^[.!:,;\\s]+")));
+        if (!rest.isEmpty())
+            return rest;
+    }
     return message;
 }
 

@@ -12,8 +12,9 @@ namespace PanelTexts {
 [[nodiscard]] QString durationText(double durationSeconds);
 /// The error view's title for a failure message.
 [[nodiscard]] QString errorTitle(const QString& message);
-/// The error view's line under the title for a failure message.
-[[nodiscard]] QString errorSubtitle(const QString& message);
+/// The error view's line under the title: what actually happened when that is known, otherwise
+/// chosen from the message, never repeating the title's words.
+[[nodiscard]] QString errorSubtitle(const QString& message, const QString& detail = {});
 /// Where the highlighted edit stands among all edits, "2 of 5"; "0 of 0" without edits.
 [[nodiscard]] QString editPosition(int index, int total);
 

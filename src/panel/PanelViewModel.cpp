@@ -11,14 +11,31 @@ PanelViewModel::PanelViewModel(QObject* parent)
     m_timer.setTimerType(Qt::PreciseTimer);
     // The timer is a child of the model: no tick can outlive it.
     connect(&m_timer, &QTimer::timeout, this, &PanelViewModel::tick);
+    m_settleLimit.setSingleShot(true);
+    m_settleLimit.setInterval(settleLimitMs);
+    connect(&m_settleLimit, &QTimer::timeout, this, [this] {
+        m_settleLimitReached = true;
+        Q_EMIT settledChanged();
+    });
+}
+
+bool PanelViewModel::isSettled() const
+{
+    return m_phase.kind != PanelPhase::Kind::success || m_reportedEditCount.has_value() || m_settleLimitReached;
 }
 
 void PanelViewModel::setPhase(const PanelPhase& phase)
 {
     m_phase = phase;
     m_reportedEditCount.reset();
+    m_settleLimitReached = false;
+    if (phase.kind == PanelPhase::Kind::success)
+        m_settleLimit.start();
+    else
+        m_settleLimit.stop();
     Q_EMIT phaseChanged();
     Q_EMIT headerChanged();
+    Q_EMIT settledChanged();
     setCountdownProgress(1.0);
     setCountdownCancelled(false);
     setHovered(false);
@@ -42,7 +59,9 @@ void PanelViewModel::resetToLoading()
     m_timer.stop();
     m_phase = PanelPhase::loading();
     m_reportedEditCount.reset();
+    m_settleLimit.stop();
     Q_EMIT phaseChanged();
+    Q_EMIT settledChanged();
     Q_EMIT headerChanged();
     setCountdownProgress(1.0);
     setCountdownCancelled(false);
@@ -117,7 +136,7 @@ QString PanelViewModel::errorTitle() const
 
 QString PanelViewModel::errorSubtitle() const
 {
-    return PanelTexts::errorSubtitle(m_phase.message);
+    return PanelTexts::errorSubtitle(m_phase.message, m_phase.detail);
 }
 
 QString PanelViewModel::editPosition() const
@@ -144,6 +163,10 @@ void PanelViewModel::reportEditCount(int count)
     // A fresh diff starts at its first edit, as the HTML page scrolls to it by itself.
     setCurrentEditIndex(0);
     Q_EMIT headerChanged();
+    if (first) {
+        m_settleLimit.stop();
+        Q_EMIT settledChanged();
+    }
     if (first && onEditCount)
         onEditCount(count);
 }

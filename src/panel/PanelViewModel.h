@@ -26,6 +26,7 @@ class PanelViewModel : public QObject
     Q_PROPERTY(QString originalHTML READ originalHTML NOTIFY phaseChanged)
     Q_PROPERTY(QString fixedHTML READ fixedHTML NOTIFY phaseChanged)
     Q_PROPERTY(QString successHeader READ successHeader NOTIFY headerChanged)
+    Q_PROPERTY(bool isSettled READ isSettled NOTIFY settledChanged)
     Q_PROPERTY(QString durationText READ durationText NOTIFY phaseChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY phaseChanged)
     Q_PROPERTY(QString errorTitle READ errorTitle NOTIFY phaseChanged)
@@ -41,6 +42,8 @@ public:
     Q_ENUM(PhaseKind)
 
     static constexpr double tickInterval = 0.05;
+    /// How long a success waits at most for its diff view before it shows anyway.
+    static constexpr int settleLimitMs = 2000;
 
     explicit PanelViewModel(QObject* parent = nullptr);
 
@@ -76,6 +79,9 @@ public:
     /// The edit count the diff view reported, else the result's own, else 0.
     [[nodiscard]] qint64 shownEditCount() const;
     [[nodiscard]] QString successHeader() const;
+    /// Whether the phase can be shown as it will stay: a success only once its diff view has
+    /// reported its count (and so its size), or after `settleLimitMs`; every other phase at once.
+    [[nodiscard]] bool isSettled() const;
     [[nodiscard]] QString durationText() const;
     [[nodiscard]] QString errorMessage() const { return m_phase.message; }
     [[nodiscard]] QString errorTitle() const;
@@ -113,6 +119,7 @@ Q_SIGNALS:
     void totalEditsChanged();
     void headerChanged();
     void editPositionChanged();
+    void settledChanged();
 
 private:
     void setCountdownProgress(double progress);
@@ -126,5 +133,7 @@ private:
     int m_totalEdits = 0;
     double m_countdownDuration = 10.0;
     std::optional<qint64> m_reportedEditCount;
+    bool m_settleLimitReached = false;
     QTimer m_timer;
+    QTimer m_settleLimit;
 };

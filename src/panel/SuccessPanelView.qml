@@ -82,13 +82,27 @@ Item {
                 id: web
                 objectName: "htmlDiff"
                 property real contentHeightReported: 120
+                // The count is passed on once the page's height is known too: the panel shows
+                // itself when the count arrives and must have its final size by then.
+                property int pendingCount: -1
+                property bool heightKnown: false
+                function reportWhenSized() {
+                    if (pendingCount >= 0 && heightKnown) {
+                        view.model.reportEditCount(pendingCount)
+                        pendingCount = -1
+                    }
+                }
                 anchors.fill: parent
                 originalHTML: view.model.originalHTML
                 fixedHTML: view.model.fixedHTML
                 currentEditIndex: view.model.currentEditIndex
                 dark: view.theme.dark
-                onEditCount: (count) => view.model.reportEditCount(count)
-                onContentHeight: (height) => contentHeightReported = Math.ceil(height)
+                onEditCount: (count) => { pendingCount = count; reportWhenSized() }
+                onContentHeight: (height) => {
+                    contentHeightReported = Math.ceil(height)
+                    heightKnown = true
+                    reportWhenSized()
+                }
             }
         }
     }

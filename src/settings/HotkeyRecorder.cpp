@@ -1,6 +1,7 @@
 #include "settings/HotkeyRecorder.h"
 
 #include "modes/QtKeyTranslation.h"
+#include "modes/ShortcutRecording.h"
 #include "settings/HotkeyRecorderConflicts.h"
 #include "settings/ModesModel.h"
 #include "settings/ShortcutAvailability.h"
@@ -50,6 +51,17 @@ HotkeyRecorder::~HotkeyRecorder()
 {
     if (m_window)
         m_window->removeEventFilter(this);
+    if (m_listening)
+        listen(false);
+}
+
+void HotkeyRecorder::listen(bool listening)
+{
+    m_listening = listening;
+    if (listening)
+        ShortcutRecording::instance().begin();
+    else
+        ShortcutRecording::instance().end();
 }
 
 void HotkeyRecorder::setHasHotkey(bool has)
@@ -70,6 +82,7 @@ void HotkeyRecorder::setHotkey(const std::optional<Hotkey>& hotkey)
     if (hotkey == m_hotkey)
         return;
     m_hotkey = hotkey;
+    m_refusal.clear();
     Q_EMIT hotkeyChanged();
 }
 
@@ -107,7 +120,11 @@ QString HotkeyRecorder::displayText() const
 
 QString HotkeyRecorder::conflictMessage() const
 {
-    if (isRecording() || !m_hotkey)
+    if (isRecording())
+        return {};
+    if (!m_refusal.isEmpty())
+        return m_refusal;
+    if (!m_hotkey)
         return {};
     const auto other = m_modes ? m_modes->modeNameUsing(*m_hotkey, m_excludingModeId) : std::nullopt;
     return HotkeyRecorderConflicts::message(*m_hotkey, {other, ShortcutAvailability::instance().desktopUse(*m_hotkey),
@@ -128,21 +145,43 @@ void HotkeyRecorder::startRecording(QWindow* window)
         return;
     m_pending.reset();
     ShortcutAvailability::instance().refresh();
+    m_refusal.clear();
     m_window = window;
     // Filtering the window itself sees every key of this window before any control does, and
     // nothing from other applications.
     m_window->installEventFilter(this);
+    // A window closed (or gone) mid-recording ends the recording without keeping half a shortcut.
+    connect(window, &QWindow::visibleChanged, this, [this](bool visible) {
+        if (!visible) {
+            m_pending.reset();
+            stopRecording();
+        }
+    });
+    connect(window, &QObject::destroyed, this, [this] {
+        m_pending.reset();
+        stopRecording();
+    });
+    listen(true);
     Q_EMIT stateChanged();
 }
 
 void HotkeyRecorder::stopRecording()
 {
-    if (m_window)
+    if (!m_listening)
+        return;
+    if (m_window) {
         m_window->removeEventFilter(this);
+        disconnect(m_window, nullptr, this, nullptr);
+    }
     m_window.clear();
+    listen(false);
     const std::optional<Hotkey> typed = m_pending;
     m_pending.reset();
-    if (typed && typed->keyCode != 0) {
+    if (typed && typed->keyCode != 0 && HotkeyRecorderConflicts::isSentByTembrel(*typed)) {
+        // Copy, cut, paste, undo and select all belong to every application, and Tembrel sends
+        // some of them itself: a mode on one would capture its own copy. The old shortcut stays.
+        m_refusal = HotkeyRecorderConflicts::refusal(*typed);
+    } else if (typed && typed->keyCode != 0) {
         // Key code 0 stands for "no key yet", so the A key can never be recorded; kept on purpose.
         checkHeldElsewhere(*typed);
         setHotkey(typed);

@@ -45,11 +45,12 @@ public:
     [[nodiscard]] QString excludingModeId() const { return m_excludingModeId; }
     void setExcludingModeId(const QString& modeId);
 
-    [[nodiscard]] bool isRecording() const { return m_window != nullptr; }
+    [[nodiscard]] bool isRecording() const { return m_listening; }
     [[nodiscard]] std::optional<Hotkey> pendingHotkey() const { return m_pending; }
     /// "Type shortcut" or the keys held so far while recording; the shortcut or "Set shortcut" otherwise.
     [[nodiscard]] QString displayText() const;
-    /// The warning under the control; empty while recording or when nothing conflicts.
+    /// The warning under the control: why the last recording was refused, or what the shortcut
+    /// conflicts with; empty while recording or when nothing conflicts.
     [[nodiscard]] QString conflictMessage() const;
 
     /// A click: starts recording the key events of `window`, or stops a recording in progress.
@@ -72,6 +73,7 @@ private:
     void handleKey(const QKeyEvent& event, bool press);
     void modifiersChanged(quint64 modifierFlags);
     void checkHeldElsewhere(const Hotkey& hotkey);
+    void listen(bool listening);
 
     std::optional<Hotkey> m_hotkey;
     std::optional<Hotkey> m_pending;
@@ -79,4 +81,6 @@ private:
     QString m_excludingModeId;
     QPointer<QWindow> m_window;
     std::optional<Hotkey> m_heldElsewhere; // the last recorded shortcut, when a trial grab failed
+    bool m_listening = false;
+    QString m_refusal;
 };

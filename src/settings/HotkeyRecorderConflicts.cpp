@@ -127,6 +127,23 @@ std::optional<QString> systemName(const Hotkey& hotkey)
     return QString::fromUtf8(entry->name);
 }
 
+bool isSentByTembrel(const Hotkey& hotkey)
+{
+    // C, X, V, Z and A with Ctrl (Command); C with Ctrl+Shift is how terminals are asked to copy.
+    static constexpr Named chords[] = {
+        {8, command, nullptr}, {7, command, nullptr}, {9, command, nullptr},
+        {6, command, nullptr}, {0, command, nullptr}, {8, commandShift, nullptr},
+    };
+    return find(chords, hotkey) != nullptr;
+}
+
+QString refusal(const Hotkey& hotkey)
+{
+    return hotkey.platformDisplayString()
+        + QStringLiteral(" is how applications copy, cut, paste, undo or select, and Tembrel sends such keys "
+                         "itself to copy your selection. Choose another shortcut; the previous one stays.");
+}
+
 std::optional<QString> applicationStandardName(const Hotkey& hotkey)
 {
     const Named* entry = find(applicationStandard, hotkey);

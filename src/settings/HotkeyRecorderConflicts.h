@@ -37,4 +37,9 @@ struct Findings
 {
     return message(hotkey, Findings{otherModeName, std::nullopt, false});
 }
+/// Whether the shortcut is a chord Tembrel sends itself or that every application needs: copy,
+/// cut, paste, undo, select all, and the terminal's copy. Such a shortcut is never saved.
+[[nodiscard]] bool isSentByTembrel(const Hotkey& hotkey);
+/// Why such a shortcut was not saved.
+[[nodiscard]] QString refusal(const Hotkey& hotkey);
 } // namespace HotkeyRecorderConflicts

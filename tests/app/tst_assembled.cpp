@@ -1,6 +1,9 @@
 #include "app/StatusMenu.h"
 #include "app/TembrelApp.h"
 #include "engines/ApiKeyStore.h"
+#include "engines/CustomOpenAIEngine.h"
+#include "panel/InlineDiffPanelController.h"
+#include "panel/PanelViewModel.h"
 #include "history/HistoryManager.h"
 #include "modes/ModeManager.h"
 #include "platform/fake/FakePlatform.h"
@@ -15,6 +18,7 @@
 #include <QJsonArray>
 #include <QQmlContext>
 #include <QQuickItem>
+#include <QQuickView>
 #include <QQuickWindow>
 #include <QRegularExpression>
 #include <QSet>
@@ -24,6 +28,7 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(TembrelPlugin)
+Q_DECLARE_METATYPE(CannedResponse)
 
 namespace {
 
@@ -247,6 +252,172 @@ private Q_SLOTS:
         const qreal testBottom = test->mapToScene(QPointF(0, test->height())).y();
         const qreal betaTop = beta->mapToScene(QPointF(0, 0)).y();
         QVERIFY2(testBottom <= betaTop, qPrintable(QStringLiteral("%1 > %2").arg(testBottom).arg(betaTop)));
+    }
+
+    // A failed fix names what actually happened on the line under the title, and the panel never
+    // says the same words twice.
+    void failuresSayWhatHappened_data()
+    {
+        QTest::addColumn<QString>("endpoint"); // "server", "closed", a literal URL, or "cloud"
+        QTest::addColumn<CannedResponse>("answer");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("subtitle"); // %1: the address tried
+        const QJsonObject message{{"role", "assistant"}, {"content", "<think>first the plan"}};
+        QTest::newRow("nothing listens")
+            << "closed" << CannedResponse() << "Something went wrong"
+            << "Nothing answers at %1. Is the server running?";
+        QTest::newRow("time-out") << "server" << CannedResponse::json(200, {}, 4000) << "Something went wrong"
+                                  << "%1 did not answer in time.";
+        QTest::newRow("not a chat completion")
+            << "server" << CannedResponse::json(200, {{"hello", "world"}}) << "Something went wrong"
+            << "The endpoint's answer is not a chat completion (no \"choices\" list).";
+        QTest::newRow("empty choices") << "server" << CannedResponse::json(200, {{"choices", QJsonArray{}}})
+                                       << "Something went wrong" << "The endpoint answered with an empty list of choices.";
+        QTest::newRow("unclosed think")
+            << "server" << CannedResponse::json(200, {{"choices", QJsonArray{QJsonObject{{"message", message}}}}})
+            << "Something went wrong" << "The model's answer ended inside its <think> reasoning, before any text.";
+        QTest::newRow("key rejected") << "server" << CannedResponse::json(401, {}) << "Couldn't connect to your API"
+                                      << "The API key was rejected.";
+        QTest::newRow("forbidden") << "server" << CannedResponse::json(403, {}) << "Couldn't connect to your API"
+                                   << "The API key was rejected.";
+        QTest::newRow("server failed") << "server" << CannedResponse::json(503, {}) << "Couldn't connect to your API"
+                                       << "The endpoint's server failed while answering.";
+        QTest::newRow("not a URL") << "http://exa mple/v1" << CannedResponse() << "Couldn't reach the server"
+                                   << "\u201chttp://exa mple/v1\u201d is not a web address. Check the API URL in Settings.";
+        QTest::newRow("cloud refuses the request")
+            << "cloud" << CannedResponse::json(400, {{"error", "bad"}}) << "Something went wrong"
+            << "The service refused the request (HTTP 400).";
+    }
+
+    void failuresSayWhatHappened()
+    {
+        QFETCH(QString, endpoint);
+        QFETCH(CannedResponse, answer);
+        QFETCH(QString, title);
+        QFETCH(QString, subtitle);
+        TestHttpServer server;
+        QVERIFY(server.listen());
+        server.setDefaultResponse(answer);
+        QString url = server.url(QStringLiteral("/v1")).toString();
+        const QString address = QStringLiteral("127.0.0.1:") + QString::number(server.port());
+        if (endpoint == QStringLiteral("closed"))
+            server.close();
+        else if (endpoint != QStringLiteral("server") && endpoint != QStringLiteral("cloud"))
+            url = endpoint;
+        QSettings().setValue(QStringLiteral("useCustomEndpoint"), endpoint != QStringLiteral("cloud"));
+        QSettings().setValue(QStringLiteral("customAPIURL"), url);
+        qputenv("TEMBREL_CLOUD_URL", server.url().toString().toUtf8());
+        createApp();
+        qunsetenv("TEMBREL_CLOUD_URL");
+        m_app->customEngine().setTimeout(std::chrono::milliseconds(1000));
+        fix(QStringLiteral("Some selected text."));
+        PanelViewModel& panel = m_app->panel().viewModel();
+        QTRY_COMPARE_WITH_TIMEOUT(panel.phase().kind, PanelPhase::Kind::error, 15000);
+        QCOMPARE(panel.errorTitle(), title);
+        QCOMPARE(panel.errorSubtitle(), subtitle.arg(address));
+        QVERIFY(!panel.errorSubtitle().contains(panel.errorTitle()));
+    }
+
+    // While the shortcut recorder listens, Tembrel's own global shortcuts stand aside, so a press
+    // of one reaches the recorder instead of starting a fix; they come back however it ends.
+    void recordingSuspendsTheGlobalShortcuts_data()
+    {
+        QTest::addColumn<QString>("ending");
+        QTest::addColumn<QList<quint16>>("keyCodes"); // registered afterwards
+        QTest::newRow("Escape") << "escape" << QList<quint16>{1};
+        QTest::newRow("a new shortcut") << "F6" << QList<quint16>{97};
+        QTest::newRow("a copy chord, refused") << "copy" << QList<quint16>{1};
+        QTest::newRow("window closed mid-recording") << "close" << QList<quint16>{1};
+    }
+
+    void recordingSuspendsTheGlobalShortcuts()
+    {
+        QFETCH(QString, ending);
+        QFETCH(QList<quint16>, keyCodes);
+        createApp();
+        QCOMPARE(m_fake.shortcuts->registrations.size(), 1);
+        m_app->showSettings();
+        QTRY_COMPARE(visibleQuickWindows().size(), 1);
+        QQuickWindow* window = visibleQuickWindows().first();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QQuickItem* button = nullptr;
+        QTRY_VERIFY((button = findItem(window->contentItem(), QStringLiteral("modeRow0RecorderButton"))));
+        const QPointF centre = button->mapToScene(QPointF(button->width() / 2, button->height() / 2));
+        QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+        QTRY_COMPARE(button->property("text").toString(), QStringLiteral("Type shortcut"));
+        QVERIFY(m_fake.shortcuts->registrations.isEmpty());
+
+        const auto press = [window](Qt::Key key, Qt::KeyboardModifiers modifiers) {
+            QKeyEvent event(QEvent::KeyPress, key, modifiers);
+            QCoreApplication::sendEvent(window, &event);
+        };
+        if (ending == QStringLiteral("escape"))
+            press(Qt::Key_Escape, Qt::NoModifier);
+        else if (ending == QStringLiteral("F6"))
+            press(Qt::Key_F6, Qt::NoModifier);
+        else if (ending == QStringLiteral("copy"))
+            press(Qt::Key_C, Qt::ControlModifier);
+        else
+            window->close();
+        QList<quint16> registered;
+        QTRY_VERIFY(!m_fake.shortcuts->registrations.isEmpty());
+        for (const auto& registration : std::as_const(m_fake.shortcuts->registrations))
+            registered.append(registration.keyCode);
+        QCOMPARE(registered, keyCodes);
+    }
+
+    // The success panel comes in at its final size with its final count: from the first frame
+    // that shows the result, neither the panel's shape nor its header changes any more. The
+    // service's own count (99) differs from the diff's, which is the one to show.
+    void successAppearsSettled_data()
+    {
+        QTest::addColumn<QString>("selection");
+        QTest::addColumn<QString>("edits");
+        QTest::newRow("one line") << "I saw teh cat." << "1 edit";
+        QTest::newRow("a paragraph") << QString("teh cat adn teh dog ").repeated(12) << "36 edits";
+    }
+
+    void successAppearsSettled()
+    {
+        QFETCH(QString, selection);
+        QFETCH(QString, edits);
+        TestHttpServer cloud;
+        QVERIFY(cloud.listen());
+        cloud.setHandler([](const RecordedRequest& request) {
+            const QString sent = request.json().value(QStringLiteral("text")).toString();
+            return CannedResponse::json(200, {{"fixedText", corrected(sent)}, {"editCount", 99}}, 800);
+        });
+        QSettings().setValue(QStringLiteral("useCustomEndpoint"), false);
+        qputenv("TEMBREL_CLOUD_URL", cloud.url().toString().toUtf8());
+        createApp();
+        qunsetenv("TEMBREL_CLOUD_URL");
+        fix(selection);
+        // The loading pill is up while the service thinks.
+        QTRY_VERIFY(m_app->panel().window() && m_app->panel().window()->isVisible());
+        QQuickWindow* window = m_app->panel().window();
+        QQuickItem* root = window->contentItem()->childItems().value(0);
+        QVERIFY(root);
+
+        // What every frame shows once the result's header is on screen.
+        QStringList frames;
+        connect(window, &QQuickWindow::afterAnimating, this, [&] {
+            QQuickItem* header = findItem(root, QStringLiteral("successHeader"));
+            qreal opacity = header && header->isVisible() ? 1.0 : 0.0;
+            for (QQuickItem* item = header; item && opacity > 0; item = item->parentItem())
+                opacity *= item->opacity();
+            if (opacity > 0) {
+                const QRectF shape = root->property("backgroundRect").toRectF();
+                frames.append(QStringLiteral("%1x%2 %3").arg(shape.width()).arg(shape.height())
+                                  .arg(header->property("text").toString().section(QStringLiteral(" · "), 1, 1)));
+            }
+        });
+        QCOMPARE(m_app->panel().viewModel().phase().kind, PanelPhase::Kind::loading);
+        QTRY_VERIFY_WITH_TIMEOUT(m_app->usage().totalTembrels() == 1, 20000);
+        QTRY_VERIFY(frames.size() > 3);
+        QTest::qWait(300);
+        frames.removeDuplicates();
+        QCOMPARE(frames.size(), 1);
+        QVERIFY2(frames.first().endsWith(QStringLiteral(" ") + edits), qPrintable(frames.first()));
     }
 
     // Whichever window opens first, every window's controls come from one style.

@@ -145,7 +145,7 @@ struct TestPanel final : FixPanel
     QList<Shown> shown;
 
     void showLoading() override { shown.append({"loading", {}, {}, 0, {}}); }
-    void showError(const QString& message) override { shown.append({"error", message, {}, 0, {}}); }
+    void showError(const QString& message, const QString&) override { shown.append({"error", message, {}, 0, {}}); }
     void showSuccess(const FixResult& result, double duration, EditCountCallback cb) override
     {
         shown.append({"success", {}, result, duration, std::move(cb)});

@@ -89,15 +89,17 @@ private Q_SLOTS:
         waitUntilDone(model);
         QString shown;
         int tintedCount = 0;
+        int removedCount = 0;
         for (const Fragment& f : fragments(model.attributed(), &shown)) {
             QVERIFY2(!tinted(f) || f.text.trimmed() == f.text, qPrintable(f.text));
             tintedCount += tinted(f) ? 1 : 0;
-            // Removed words are struck and tinted in the removal colour, added ones in the addition colour.
+            // Removed words are tinted in the removal colour, added ones in the addition colour; the
+            // views strike the removed ones themselves, in the removal colour.
             const QColor tint = f.format.background().color();
-            if (f.format.fontStrikeOut())
-                QCOMPARE(tint.rgb(), model.removalColor().rgb());
-            else if (tinted(f))
-                QCOMPARE(tint.rgb(), model.additionColor().rgb());
+            QVERIFY(!f.format.fontStrikeOut());
+            if (tinted(f))
+                QVERIFY(tint.rgb() == model.removalColor().rgb() || tint.rgb() == model.additionColor().rgb());
+            removedCount += tinted(f) && tint.rgb() == model.removalColor().rgb() ? 1 : 0;
             if (tinted(f))
                 QCOMPARE(tint.alpha(), qRound(0.15 * 255));
             if (!f.text.trimmed().isEmpty())
@@ -106,6 +108,19 @@ private Q_SLOTS:
         QCOMPARE(shown, plain);
         QCOMPARE(tintedCount, tintedWords);
         QCOMPARE(model.editCount(), edits);
+        // Where the views draw the strike lines: exactly over the removed words of the shown text.
+        QStringList removedRuns;
+        for (const QVariant& run : model.runs())
+            if (run.toMap().value(QStringLiteral("kind")).toString() == u"removed")
+                removedRuns.append(run.toMap().value(QStringLiteral("text")).toString());
+        const QVariantList ranges = model.strikeRanges();
+        QCOMPARE(ranges.size(), removedCount);
+        QCOMPARE(ranges.size(), removedRuns.size());
+        for (qsizetype i = 0; i < ranges.size(); ++i) {
+            const int start = ranges.at(i).toMap().value(QStringLiteral("start")).toInt();
+            const int end = ranges.at(i).toMap().value(QStringLiteral("end")).toInt();
+            QCOMPARE(shown.mid(start, end - start), removedRuns.at(i));
+        }
         // Runs for views that draw their own strike lines: whitespace marked as such, none empty.
         for (const QVariant& run : model.runs()) {
             const QString text = run.toMap().value(QStringLiteral("text")).toString();

@@ -75,16 +75,15 @@ private Q_SLOTS:
         QTest::addColumn<FixError>("expected");
         const FixError processing = TextFixError::processingFailed();
         const FixError tooLong = TextFixError::inputTooLong(100000);
-        const FixError empty = TextFixError::emptyInput();
         const FixError other = OtherError{};
         const auto text = [](int status, const char* body) { return CannedResponse::text(status, body); };
         QTest::newRow("400 input too long") << text(400, R"({"error":"Text too long","code":"INPUT_TOO_LONG"})") << tooLong;
         QTest::newRow("400 input too long, nested")
             << text(400, R"({"error":{"message":"Text too long","code":"INPUT_TOO_LONG"}})") << tooLong;
-        QTest::newRow("400 other code") << text(400, R"({"error":"Empty","code":"EMPTY_TEXT"})") << empty;
-        QTest::newRow("400 code in wrong case") << text(400, R"({"error":"x","code":"input_too_long"})") << empty;
-        QTest::newRow("400 undecodable") << text(400, "<html>bad</html>") << empty;
-        QTest::newRow("400 empty body") << text(400, "") << empty;
+        QTest::newRow("400 other code") << text(400, R"({"error":"Empty","code":"EMPTY_TEXT"})") << processing;
+        QTest::newRow("400 code in wrong case") << text(400, R"({"error":"x","code":"input_too_long"})") << processing;
+        QTest::newRow("400 undecodable") << text(400, "<html>bad</html>") << processing;
+        QTest::newRow("400 empty body") << text(400, "") << processing;
         QTest::newRow("401") << text(401, R"({"error":"no"})") << processing;
         QTest::newRow("403") << text(403, "") << processing;
         QTest::newRow("404") << text(404, "") << processing;

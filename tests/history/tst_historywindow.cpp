@@ -350,6 +350,18 @@ private Q_SLOTS:
                                       Q_ARG(int, entryText->property("length").toInt()));
             return plain;
         };
+        // The strike lines the view draws through removed words, in red at 60 %.
+        const auto strikeLines = [this] {
+            QList<QQuickItem*> lines;
+            const std::function<void(QQuickItem*)> collect = [&](QQuickItem* item) {
+                if (item->objectName() == QStringLiteral("strikeLine") && item->isVisible())
+                    lines.append(item);
+                for (QQuickItem* child : item->childItems())
+                    collect(child);
+            };
+            collect(view()->contentItem());
+            return lines;
+        };
         int row = 1;
         // Every ordered pair of views follows once in this walk, and each view sees both changes of entry.
         for (const char* step : {"plain", "Diff", "Tembreled", "Original", "Diff", "Original", "Tembreled", "Diff",
@@ -369,9 +381,13 @@ private Q_SLOTS:
             if (mode == QStringLiteral("Diff")) {
                 QTRY_VERIFY2(shown().contains(entry.originalText.left(5)) && shown().contains(entry.fixedText.right(7)),
                              qPrintable(where + shown()));
+                QTRY_COMPARE(strikeLines().size(), 1); // "barkd"
+                const QColor red = strikeLines().first()->property("color").value<QColor>();
+                QVERIFY(red.red() > 200 && red.green() < 100 && qAbs(red.alphaF() - 0.6) < 0.01);
             } else {
                 const QString expected = mode == QStringLiteral("Original") ? entry.originalText : entry.fixedText;
                 QVERIFY2(shown() == expected, qPrintable(where + shown()));
+                QTRY_VERIFY(strikeLines().isEmpty());
             }
         }
     }

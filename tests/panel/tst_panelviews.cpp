@@ -55,7 +55,33 @@ private Q_SLOTS:
         QCOMPARE(harness.item(QStringLiteral("dismissHint"))->property("keyCap").toString(), QStringLiteral("Esc"));
 
         const QString diff = harness.text(QStringLiteral("diffText"));
-        QVERIFY(diff.contains(QStringLiteral("line-through")));
+        // Each removed word ("Teh", "teh", "mat") is struck through in red at 60 %, not in the
+        // text's colour: the line's pixels on screen are red.
+        QList<QQuickItem*> lines;
+        const std::function<void(QQuickItem*)> collect = [&](QQuickItem* item) {
+            if (item->objectName() == QStringLiteral("strikeLine"))
+                lines.append(item);
+            for (QQuickItem* child : item->childItems())
+                collect(child);
+        };
+        QTRY_VERIFY((lines.clear(), collect(harness.controller->window()->contentItem()), lines.size() == 3));
+        const QImage shot = harness.controller->window()->grabWindow();
+        for (QQuickItem* line : std::as_const(lines)) {
+            QVERIFY(line->width() > 4);
+            const QPointF middle = line->mapToScene(QPointF(line->width() / 2, line->height() / 2))
+                * harness.controller->window()->devicePixelRatio();
+            // The line is a saturated red, well apart from the pale tint around it and from the
+            // dark text colour a rich-text strike-through would have.
+            int saturation = 0;
+            QString seen;
+            for (int dy = -2; dy <= 2; ++dy) {
+                const QColor pixel = shot.pixelColor(middle.toPoint() + QPoint(0, dy));
+                seen += pixel.name() + u' ';
+                if (pixel.hsvHue() <= 15 || pixel.hsvHue() >= 345)
+                    saturation = std::max(saturation, pixel.hsvSaturation());
+            }
+            QVERIFY2(saturation > 100, qPrintable(seen));
+        }
         QVERIFY(diff.contains(QStringLiteral("mat.")));
         QTRY_VERIFY(harness.isShown(QStringLiteral("currentEditFrame")));
         QQuickItem* frame = harness.item(QStringLiteral("currentEditFrame"));

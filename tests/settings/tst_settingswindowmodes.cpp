@@ -100,6 +100,39 @@ private Q_SLOTS:
         QCOMPARE(ModeManager(*m_ui->defaults).modes().at(rowIndex).hotkey, std::optional(Hotkey{keyCode, flags}));
     }
 
+    // The chords every application needs, and the ones Tembrel sends itself, are refused: the
+    // recorder says why and the mode keeps its shortcut.
+    void chordsTembrelSendsAreRefused_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("shown");
+        const int ctrl = int(Qt::ControlModifier);
+        QTest::newRow("copy") << int(Qt::Key_C) << ctrl << "Ctrl+C";
+        QTest::newRow("cut") << int(Qt::Key_X) << ctrl << "Ctrl+X";
+        QTest::newRow("paste") << int(Qt::Key_V) << ctrl << "Ctrl+V";
+        QTest::newRow("undo") << int(Qt::Key_Z) << ctrl << "Ctrl+Z";
+        QTest::newRow("terminal copy") << int(Qt::Key_C) << int(Qt::ControlModifier | Qt::ShiftModifier)
+                                       << "Ctrl+Shift+C";
+    }
+
+    void chordsTembrelSendsAreRefused()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(QString, shown);
+        const QString button = recorder(0);
+        QVERIFY(m_ui->click(button));
+        m_ui->keyPress(Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        const QString conflict = row(0, "Recorder") + QStringLiteral("Conflict");
+        QTRY_VERIFY(m_ui->isShown(conflict));
+        QVERIFY2(m_ui->text(conflict).startsWith(shown + QStringLiteral(" is how applications copy")),
+                 qPrintable(m_ui->text(conflict)));
+        QCOMPARE(m_ui->text(button), QStringLiteral("Ctrl+Shift+S"));
+        QCOMPARE(modeAt(0).hotkey, std::optional(Hotkey::commandShift(1)));
+        QVERIFY(!m_ui->defaults->contains(QStringLiteral("modes"))); // nothing was saved
+    }
+
     void modifiersThenEscapeKeepTheShortcut()
     {
         const QString button = recorder(0);
