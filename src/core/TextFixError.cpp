@@ -131,7 +131,9 @@ QString failureDetail(const FixError& error)
     switch (std::get<CustomEndpointError>(error)) {
     case CustomEndpointError::authenticationFailed: return QStringLiteral("The API key was rejected.");
     case CustomEndpointError::serverError: return QStringLiteral("The endpoint's server failed while answering.");
-    case CustomEndpointError::invalidResponse: return QString();
+    case CustomEndpointError::invalidResponse:
+    case CustomEndpointError::redirectRefused:
+    case CustomEndpointError::answerTooLarge: return QString(); // the message itself says what happened
     }
     return QString();
 }
