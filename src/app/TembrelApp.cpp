@@ -213,8 +213,9 @@ void TembrelApp::showOnboarding()
 void TembrelApp::quit()
 {
     qCInfo(lcApp) << "Quitting";
-    // Settings and history are written at every change; syncing only flushes what QSettings
-    // may still hold in memory.
+    // Settings are written at every change; syncing only flushes what QSettings may still hold in
+    // memory. The history's last change may still wait for its write: it is written now.
     m_defaults.sync();
+    m_history->flush();
     QCoreApplication::quit();
 }
