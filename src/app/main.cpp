@@ -1,3 +1,4 @@
+#include "app/QuitSignals.h"
 #include "app/SingleInstance.h"
 #include "app/TembrelApp.h"
 #include "core/Logging.h"
@@ -36,5 +37,7 @@ int main(int argc, char* argv[])
     TembrelApp tembrel(createPlatformServices());
     QObject::connect(&instance, &SingleInstance::reopenRequested, &tembrel, &TembrelApp::showSettings);
     tembrel.start();
+    // A session ending quits as the menu does, writing what is still pending.
+    QuitSignals::install([&tembrel] { tembrel.quit(); });
     return QApplication::exec();
 }

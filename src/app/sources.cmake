@@ -13,6 +13,7 @@ list(APPEND TEMBREL_GUI_SOURCES
   app/StatusMenu.h app/StatusMenu.cpp
   app/UpdateController.h app/UpdateController.cpp
   app/TembrelApp.h app/TembrelApp.cpp
+  app/QuitSignals.h app/QuitSignals.cpp
 )
 list(APPEND TEMBREL_GUI_RESOURCES
   app/MenuBarIcon.svg
