@@ -40,6 +40,7 @@ QuitSignals::QuitSignals(QObject* parent)
     action.sa_flags = SA_RESTART;
     ::sigaction(SIGTERM, &action, nullptr);
     ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGHUP, &action, nullptr); // the terminal that started Tembrel was closed
 }
 
 QuitSignals::~QuitSignals()
@@ -51,6 +52,7 @@ QuitSignals::~QuitSignals()
     sigemptyset(&action.sa_mask);
     ::sigaction(SIGTERM, &action, nullptr);
     ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGHUP, &action, nullptr);
     m_notifier.reset();
     ::close(signalPipe[0]);
     ::close(signalPipe[1]);
@@ -61,7 +63,7 @@ void QuitSignals::onReadable()
 {
     char byte = 0;
     while (::read(signalPipe[1], &byte, 1) == 1) {
-        qCInfo(lcApp).noquote() << "Received" << (byte == SIGTERM ? "SIGTERM" : "SIGINT") << "; quitting";
+        qCInfo(lcApp).noquote() << "Received" << (byte == SIGTERM ? "SIGTERM" : byte == SIGHUP ? "SIGHUP" : "SIGINT") << "; quitting";
         Q_EMIT quitRequested(byte);
     }
 }

@@ -3,7 +3,7 @@
 #include <QSocketNotifier>
 #include <memory>
 
-/// Turns SIGTERM and SIGINT into a signal on the UI thread, so that a session ending or Ctrl+C in a
+/// Turns SIGTERM, SIGINT and SIGHUP into a signal on the UI thread, so that a session ending or Ctrl+C in a
 /// terminal ends Tembrel as its Quit item does. One per process.
 class QuitSignals : public QObject
 {

@@ -56,6 +56,15 @@ TembrelApp::TembrelApp(std::unique_ptr<PlatformServices> platform, QObject* pare
     Q_UNUSED(styleChosen);
     m_keyStore = std::make_unique<ApiKeyStore>();
     m_settings = std::make_unique<SettingsManager>(m_defaults, m_keyStore.get());
+    // The keyring takes a few hundred milliseconds to answer: the key is read now, not in front
+    // of the first fix, and again whenever the custom endpoint is switched on.
+    ApiKeyStore* keyStore = m_keyStore.get();
+    if (m_settings->useCustomEndpoint())
+        keyStore->prefetch();
+    connect(m_settings.get(), &SettingsManager::useCustomEndpointChanged, this, [keyStore](bool on) {
+        if (on)
+            keyStore->refresh();
+    });
     m_modes = std::make_unique<ModeManager>(m_defaults);
     m_history = std::make_unique<HistoryManager>(m_defaults, HistoryManager::defaultStoragePath());
     m_usage = std::make_unique<UsageStatsManager>(m_defaults);
@@ -269,8 +278,9 @@ void TembrelApp::showOnboarding()
 void TembrelApp::quit()
 {
     qCInfo(lcApp) << "Quitting";
-    // Settings and history are written at every change; syncing only flushes what QSettings
-    // may still hold in memory.
+    // Settings are written at every change; syncing only flushes what QSettings may still hold in
+    // memory. The history's last change may still wait for its write: it is written now.
     m_defaults.sync();
+    m_history->flush();
     QCoreApplication::quit();
 }

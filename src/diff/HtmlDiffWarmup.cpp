@@ -2,6 +2,7 @@
 
 #include "core/Logging.h"
 #include "diff/DiffPageScheme.h"
+#include "engines/HttpExchange.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
@@ -58,8 +59,10 @@ void HtmlDiffWarmup::begin()
     if (s_started) {
         return;
     }
-    // A turn later, so that the request that made the caller ask is already on its way.
-    QTimer::singleShot(0, [] { startEngine(); });
+    // Starting the engine holds the UI thread for a while: it waits until the request that made
+    // the caller ask is on the wire, or a second at most when no request follows.
+    whenNextRequestSent([] { startEngine(); });
+    QTimer::singleShot(1000, [] { startEngine(); });
 }
 
 bool HtmlDiffWarmup::isStarted()

@@ -11,8 +11,9 @@ public:
     /// GPU use off only when Qt Quick renders in software, unless the environment already decides.
     static void initializeEngine();
 
-    /// Starts creating the engine on the next event-loop turn, once per process; later calls do
-    /// nothing. Call on the UI thread when a fix of HTML content begins.
+    /// Starts creating the engine once the next request is on the wire (a second later at most),
+    /// once per process; later calls do nothing. Call on the UI thread when a fix of HTML content
+    /// begins.
     static void begin();
 
     /// Whether begin() has started the engine.

@@ -58,26 +58,82 @@ QString ApiKeyStoreError::message() const
                   : QStringLiteral("The API key could not be removed from the keyring.");
 }
 
-QCoro::Task<std::optional<QString>> ApiKeyStore::readKey() const
+// One keyring read, shared by everyone waiting for it. The job lives as long as the read: the
+// awaiting coroutines may resume after the finished() emission, by a later turn of the loop.
+struct ApiKeyStore::Read
 {
+    QKeychain::ReadPasswordJob* job = nullptr;
+    std::optional<QString> key;
+    bool done = false;
+
+    // A job still running must not be deleted: the keyring library calls back into it.
+    ~Read()
+    {
+        if (done)
+            job->deleteLater();
+        else
+            QObject::connect(job, &QKeychain::Job::finished, job, &QObject::deleteLater);
+    }
+};
+
+ApiKeyStore::ApiKeyStore() = default;
+ApiKeyStore::~ApiKeyStore() = default;
+
+std::shared_ptr<ApiKeyStore::Read> ApiKeyStore::startRead()
+{
+    auto read = std::make_shared<Read>();
     auto* job = new QKeychain::ReadPasswordJob(service);
+    read->job = job;
     job->setAutoDelete(false);
     job->setInsecureFallback(false);
     job->setKey(account);
+    ++m_keyringReads;
+    const quint64 generation = m_generation;
+    // Connected before any reader awaits the job, so the result is in place when they resume.
+    QObject::connect(job, &QKeychain::Job::finished, &m_context, [this, weak = std::weak_ptr<Read>(read), generation] {
+        const std::shared_ptr<Read> read = weak.lock();
+        if (!read)
+            return;
+        const QKeychain::Error error = read->job->error();
+        const QString key = read->job->textData();
+        read->done = true;
+        if (m_reading == read)
+            m_reading.reset();
+        if (error != QKeychain::NoError && error != QKeychain::EntryNotFound) {
+            qCWarning(lcCustomEngine) << "reading the API key from the keyring failed";
+            return;
+        }
+        if (error == QKeychain::NoError && !key.isEmpty())
+            read->key = key;
+        if (generation == m_generation)
+            m_known = read->key;
+    });
+    m_reading = read;
     job->start();
-    co_await qCoro(job, &QKeychain::Job::finished);
-    const QKeychain::Error error = job->error();
-    const QString key = job->textData();
-    job->deleteLater();
-    if (error == QKeychain::EntryNotFound)
-        co_return std::nullopt;
-    if (error != QKeychain::NoError) {
-        qCWarning(lcCustomEngine) << "reading the API key from the keyring failed";
-        co_return std::nullopt;
-    }
-    if (key.isEmpty())
-        co_return std::nullopt;
-    co_return key;
+    return read;
+}
+
+void ApiKeyStore::prefetch()
+{
+    if (!m_known && !m_reading)
+        startRead();
+}
+
+void ApiKeyStore::refresh()
+{
+    m_known.reset();
+    ++m_generation;
+    startRead();
+}
+
+QCoro::Task<std::optional<QString>> ApiKeyStore::readKey()
+{
+    if (m_known)
+        co_return *m_known;
+    std::shared_ptr<Read> read = m_reading ? m_reading : startRead();
+    if (!read->done)
+        co_await qCoro(read->job, &QKeychain::Job::finished);
+    co_return read->key;
 }
 
 QCoro::Task<std::optional<ApiKeyStoreError>> ApiKeyStore::setKey(QString key)
@@ -85,16 +141,24 @@ QCoro::Task<std::optional<ApiKeyStoreError>> ApiKeyStore::setKey(QString key)
     if (key.trimmed().isEmpty()) {
         auto* job = new QKeychain::DeletePasswordJob(service);
         const QKeychain::Error error = co_await run(job);
-        if (error == QKeychain::NoError || error == QKeychain::EntryNotFound)
+        ++m_generation;
+        if (error == QKeychain::NoError || error == QKeychain::EntryNotFound) {
+            m_known = std::optional<QString>();
             co_return std::nullopt;
+        }
+        m_known.reset();
         qCWarning(lcCustomEngine) << "removing the API key from the keyring failed:" << job->errorString();
         co_return ApiKeyStoreError{kindOf(error, job->errorString()), ApiKeyStoreError::Operation::remove};
     }
     auto* job = new QKeychain::WritePasswordJob(service);
     job->setTextData(key);
     const QKeychain::Error error = co_await run(job);
-    if (error == QKeychain::NoError)
+    ++m_generation;
+    if (error == QKeychain::NoError) {
+        m_known = key;
         co_return std::nullopt;
+    }
+    m_known.reset();
     qCWarning(lcCustomEngine) << "saving the API key in the keyring failed:" << job->errorString();
     co_return ApiKeyStoreError{kindOf(error, job->errorString()), ApiKeyStoreError::Operation::save};
 }

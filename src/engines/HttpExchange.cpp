@@ -1,6 +1,7 @@
 #include "engines/HttpExchange.h"
 
 #include <memory>
+#include <vector>
 #include <QCoro/QCoroNetworkReply>
 #include <QCoro/QCoroSignal>
 #include <QDeadlineTimer>
@@ -10,6 +11,24 @@
 #include <QTimer>
 
 namespace {
+
+// Work held back until a request is on the wire; touched on the UI thread only.
+std::vector<std::function<void()>>& workWaitingForSend()
+{
+    static std::vector<std::function<void()>> work;
+    return work;
+}
+
+// A turn later, so that the network goes on first.
+void runWorkWaitingForSend()
+{
+    if (workWaitingForSend().empty())
+        return;
+    QTimer::singleShot(0, [] {
+        for (const std::function<void()>& work : std::exchange(workWaitingForSend(), {}))
+            work();
+    });
+}
 
 constexpr int maxRedirects = 5;
 
@@ -128,6 +147,8 @@ QCoro::Task<HttpAnswer> postJson(
             new QNetworkAccessManager, [](QNetworkAccessManager* m) { m->deleteLater(); });
         auto* upload = new OneShotBody(body);
         QNetworkReply* reply = network->post(request, upload);
+        QObject::connect(reply, &QNetworkReply::requestSent, reply, runWorkWaitingForSend);
+        QObject::connect(reply, &QNetworkReply::finished, reply, runWorkWaitingForSend);
         upload->setParent(reply);
         upload->setReply(reply);
         // Holding the network thread back once a little more than the limit is buffered keeps a
@@ -229,4 +250,9 @@ QCoro::Task<bool> cancellablePause(std::chrono::milliseconds duration, Cancellat
     co_await qCoro(&timer, &QTimer::timeout);
     QObject::disconnect(onCancel);
     co_return !cancel.isCancelled();
+}
+
+void whenNextRequestSent(std::function<void()> work)
+{
+    workWaitingForSend().push_back(std::move(work));
 }

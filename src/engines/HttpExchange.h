@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include "core/Cancellation.h"
 #include "core/TextFixError.h"
 
@@ -51,6 +52,10 @@ struct HttpLimits
 /// network stack never sends the request a second time on its own: a connection that drops before
 /// any answer is a failure the caller sees. Runs on the calling thread.
 QCoro::Task<HttpAnswer> postJson(QNetworkRequest request, QByteArray body, HttpLimits limits, CancellationToken cancel);
+
+/// Runs `work` on the UI thread once the next request posted here is on the wire (or has ended
+/// without being sent): for work that would otherwise hold the request back.
+void whenNextRequestSent(std::function<void()> work);
 
 /// Waits `duration` unless `cancel` fires first; answers whether the full pause elapsed.
 QCoro::Task<bool> cancellablePause(std::chrono::milliseconds duration, CancellationToken cancel);

@@ -1,10 +1,14 @@
 #include "history/HistoryFile.h"
 
+#include "core/StoredJson.h"
+#include "core/TraceCollector.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QVarLengthArray>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -13,42 +17,144 @@
 
 namespace {
 
-// Escaping works on the UTF-8 bytes: every character that needs it is ASCII, and multi-byte
-// sequences never contain ASCII bytes. Runs that need no escaping are copied in one go.
+// Encodes straight from UTF-16 into the output, escaping as it goes: one pass, no UTF-8 copy of
+// each string first. Every character that needs escaping is ASCII; a lone surrogate becomes
+// U+FFFD, as QString::toUtf8() makes it.
 void appendString(QByteArray& out, const QString& text)
 {
-    const QByteArray utf8 = text.toUtf8();
     out += '"';
-    qsizetype runStart = 0;
-    for (qsizetype i = 0; i < utf8.size(); ++i) {
-        const uchar c = uchar(utf8[i]);
-        if (c >= 0x20 && c != '"' && c != '\\')
+    const char16_t* p = reinterpret_cast<const char16_t*>(text.constData());
+    const char16_t* const end = p + text.size();
+    while (p < end) {
+        const char16_t c = *p++;
+        if (c < 0x80) {
+            if (c >= 0x20 && c != u'"' && c != u'\\') {
+                out += char(c);
+                continue;
+            }
+            switch (c) {
+            case u'"': out += "\\\""; break;
+            case u'\\': out += "\\\\"; break;
+            case u'\n': out += "\\n"; break;
+            case u'\r': out += "\\r"; break;
+            case u'\t': out += "\\t"; break;
+            default: {
+                static constexpr char hex[] = "0123456789abcdef";
+                const char escaped[] = {'\\', 'u', '0', '0', hex[c >> 4], hex[c & 0xf]};
+                out.append(escaped, sizeof escaped);
+            }
+            }
             continue;
-        out.append(utf8.constData() + runStart, i - runStart);
-        runStart = i + 1;
-        switch (c) {
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            out += "\\u" + QByteArray::number(c, 16).rightJustified(4, '0');
+        }
+        char32_t code = c;
+        if (QChar::isHighSurrogate(c) && p < end && QChar::isLowSurrogate(*p))
+            code = QChar::surrogateToUcs4(c, *p++);
+        else if (QChar::isSurrogate(c))
+            code = 0xfffd;
+        if (code < 0x800) {
+            const char bytes[] = {char(0xc0 | (code >> 6)), char(0x80 | (code & 0x3f))};
+            out.append(bytes, 2);
+        } else if (code < 0x10000) {
+            const char bytes[] = {char(0xe0 | (code >> 12)), char(0x80 | ((code >> 6) & 0x3f)), char(0x80 | (code & 0x3f))};
+            out.append(bytes, 3);
+        } else {
+            const char bytes[] = {char(0xf0 | (code >> 18)), char(0x80 | ((code >> 12) & 0x3f)),
+                                  char(0x80 | ((code >> 6) & 0x3f)), char(0x80 | (code & 0x3f))};
+            out.append(bytes, 4);
         }
     }
-    out.append(utf8.constData() + runStart, utf8.size() - runStart);
     out += '"';
 }
+
+// As a JSON value holding this double prints it: a whole number without a fraction.
+void appendNumber(QByteArray& out, double d)
+{
+    if (d >= -9007199254740992.0 && d <= 9007199254740992.0 && double(qint64(d)) == d)
+        out += QByteArray::number(qint64(d));
+    else
+        out += QByteArray::number(d, 'g', QLocale::FloatingPointShortest);
+}
+
+// One entry, written straight from its fields in the order OrderedJson::pretty gives the same
+// entry's toJson(): the file is rewritten whole at every change, so this is the hot path.
+class EntryWriter
+{
+public:
+    explicit EntryWriter(QByteArray& out)
+        : m_out(out)
+    {
+    }
+
+    void entry(const FixHistoryEntry& entry)
+    {
+        m_out += "  {\n";
+        text("id", StoredJson::uuidString(entry.id));
+        key("timestamp");
+        appendNumber(m_out, StoredDate::toSeconds(entry.timestamp));
+        text("originalText", entry.originalText);
+        text("fixedText", entry.fixedText);
+        if (entry.editCount) {
+            key("editCount");
+            m_out += QByteArray::number(*entry.editCount);
+        }
+        optionalText("sourceApp", entry.sourceApp);
+        if (entry.trace)
+            trace(*entry.trace);
+        optionalText("traceId", entry.traceId);
+        optionalText("originalHTML", entry.originalHTML);
+        optionalText("fixedHTML", entry.fixedHTML);
+        optionalText("sourceFormat", entry.sourceFormat);
+        optionalText("modeName", entry.modeName);
+        m_out += "\n  }";
+    }
+
+private:
+    void key(const char* name)
+    {
+        m_out += m_first ? "    \"" : ",\n    \"";
+        m_first = false;
+        m_out += name;
+        m_out += "\" : ";
+    }
+
+    void text(const char* name, const QString& value)
+    {
+        key(name);
+        appendString(m_out, value);
+    }
+
+    void optionalText(const char* name, const std::optional<QString>& value)
+    {
+        if (value)
+            text(name, *value);
+    }
+
+    void trace(const QList<TraceEvent>& events)
+    {
+        key("trace");
+        if (events.isEmpty()) {
+            m_out += "[]";
+            return;
+        }
+        m_out += "[\n";
+        for (qsizetype i = 0; i < events.size(); ++i) {
+            const TraceEvent& event = events.at(i);
+            m_out += "      {\n        \"timestamp\" : ";
+            appendNumber(m_out, StoredDate::toSeconds(event.timestamp));
+            m_out += ",\n        \"event\" : ";
+            appendString(m_out, event.event);
+            if (event.detail) {
+                m_out += ",\n        \"detail\" : ";
+                appendString(m_out, *event.detail);
+            }
+            m_out += i + 1 < events.size() ? "\n      },\n" : "\n      }\n";
+        }
+        m_out += "    ]";
+    }
+
+    QByteArray& m_out;
+    bool m_first = true;
+};
 
 class Writer
 {
@@ -86,7 +192,7 @@ public:
     QByteArray take() { return std::move(m_out); }
 
 private:
-    void indent(int depth) { m_out += QByteArray(depth * 2, ' '); }
+    void indent(int depth) { m_out.append(qsizetype(depth) * 2, ' '); }
 
     void number(const QJsonValue& v)
     {
@@ -120,17 +226,23 @@ private:
             m_out += "{}";
             return;
         }
-        QStringList keys = members.keys();
-        std::stable_sort(keys.begin(), keys.end(), [this](const QString& a, const QString& b) {
-            return rank(a) < rank(b);
-        });
+        // The object's own order is sorted, so a stable sort by rank leaves unlisted keys sorted.
+        struct Member
+        {
+            qsizetype rank;
+            QJsonObject::const_iterator it;
+        };
+        QVarLengthArray<Member, 16> ordered;
+        for (auto it = members.constBegin(); it != members.constEnd(); ++it)
+            ordered.append({rank(it.key()), it});
+        std::stable_sort(ordered.begin(), ordered.end(), [](const Member& a, const Member& b) { return a.rank < b.rank; });
         m_out += "{\n";
-        for (qsizetype i = 0; i < keys.size(); ++i) {
+        for (qsizetype i = 0; i < ordered.size(); ++i) {
             indent(depth + 1);
-            appendString(m_out, keys.at(i));
+            appendString(m_out, ordered[i].it.key());
             m_out += " : ";
-            value(members.value(keys.at(i)), depth + 1);
-            m_out += i + 1 < keys.size() ? ",\n" : "\n";
+            value(ordered[i].it.value(), depth + 1);
+            m_out += i + 1 < ordered.size() ? ",\n" : "\n";
         }
         indent(depth);
         m_out += '}';
@@ -188,10 +300,21 @@ QString HistorySaveError::description() const
 
 QByteArray HistoryFile::encode(const QList<FixHistoryEntry>& entries)
 {
-    QJsonArray array;
+    if (entries.isEmpty())
+        return QByteArrayLiteral("[]");
+    QByteArray out;
+    qsizetype estimate = 16;
     for (const FixHistoryEntry& entry : entries)
-        array.append(entry.toJson());
-    return OrderedJson::pretty(array, HistoryJson::keyOrder());
+        estimate += 512 + entry.originalText.size() + entry.fixedText.size() + entry.originalHTML.value_or(QString()).size()
+                    + entry.fixedHTML.value_or(QString()).size() + 96 * (entry.trace ? entry.trace->size() : 0);
+    out.reserve(estimate);
+    out += "[\n";
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        EntryWriter(out).entry(entries.at(i));
+        out += i + 1 < entries.size() ? ",\n" : "\n";
+    }
+    out += ']';
+    return out;
 }
 
 std::variant<QList<FixHistoryEntry>, HistoryDecodeError> HistoryFile::decode(const QByteArray& data)

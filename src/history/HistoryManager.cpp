@@ -10,6 +10,12 @@
 #include <QStandardPaths>
 #include <cstdio>
 
+// One write handed to the writer thread; its result is read on the UI thread once it is done.
+struct HistoryWrite
+{
+    std::optional<HistorySaveError> error;
+};
+
 namespace {
 const QString historyEnabledKey = QStringLiteral("historyEnabled");
 
@@ -44,7 +50,15 @@ HistoryManager::HistoryManager(QSettings& settings, QString storagePath, QObject
     , m_storagePath(std::move(storagePath))
     , m_savePath(m_storagePath)
 {
+    m_saveTimer.setSingleShot(true);
+    connect(&m_saveTimer, &QTimer::timeout, this, &HistoryManager::startWrite);
+    m_writer.setMaxThreadCount(1);
     load();
+}
+
+HistoryManager::~HistoryManager()
+{
+    flush();
 }
 
 QString HistoryManager::defaultStoragePath()
@@ -106,7 +120,8 @@ std::optional<QUuid> HistoryManager::addEntry(FixHistoryEntry entry)
     if (entries.size() > maxEntries)
         entries.resize(maxEntries);
     setEntries(std::move(entries));
-    save();
+    m_awaitingCount = entry.id;
+    scheduleSave(editCountWaitMs);
     return entry.id;
 }
 
@@ -118,6 +133,8 @@ void HistoryManager::updateEditCount(const QUuid& id, qint64 editCount)
         QList<FixHistoryEntry> entries = m_entries;
         entries[i].editCount = editCount;
         setEntries(std::move(entries));
+        if (m_awaitingCount == id)
+            m_awaitingCount.reset();
         save();
         return;
     }
@@ -139,7 +156,59 @@ void HistoryManager::clearAll()
 
 void HistoryManager::save()
 {
-    const auto error = HistoryFile::write(m_savePath, m_entries);
+    scheduleSave(0);
+}
+
+void HistoryManager::scheduleSave(int delayMs)
+{
+    m_dirty = true;
+    if (!m_saveTimer.isActive() || m_saveTimer.remainingTime() > delayMs)
+        m_saveTimer.start(delayMs);
+}
+
+void HistoryManager::startWrite()
+{
+    if (!m_dirty || m_inFlight)
+        return; // a write under way starts the next one when it ends
+    m_dirty = false;
+    auto write = std::make_shared<HistoryWrite>();
+    m_inFlight = write;
+    ++m_writeCount;
+    // The copy shares the entries' data; the list in memory may change while the copy is written.
+    m_writer.start([this, write, path = m_savePath, entries = m_entries] {
+        write->error = HistoryFile::write(path, entries);
+        // The destructor waits for this task, so the manager is alive here; the call is dropped
+        // when the manager goes before the event loop delivers it.
+        QMetaObject::invokeMethod(this, [this, write] { writeFinished(write); }, Qt::QueuedConnection);
+    });
+}
+
+void HistoryManager::writeFinished(const std::shared_ptr<HistoryWrite>& write)
+{
+    if (write != m_inFlight)
+        return; // flush() took its result already
+    m_inFlight.reset();
+    report(write->error);
+    if (m_dirty && !m_saveTimer.isActive())
+        startWrite();
+}
+
+void HistoryManager::flush()
+{
+    m_saveTimer.stop();
+    m_writer.waitForDone();
+    if (const std::shared_ptr<HistoryWrite> write = std::exchange(m_inFlight, nullptr))
+        report(write->error);
+    m_awaitingCount.reset();
+    if (!m_dirty)
+        return;
+    m_dirty = false;
+    ++m_writeCount;
+    report(HistoryFile::write(m_savePath, m_entries));
+}
+
+void HistoryManager::report(const std::optional<HistorySaveError>& error)
+{
     if (!error) {
         if (m_saveFailing)
             setStorageNotice(QString());
@@ -157,6 +226,14 @@ void HistoryManager::save()
 
 void HistoryManager::load()
 {
+    // The list is replaced, so a change not yet written is dropped; a write under way ends first,
+    // so that it cannot land after the read.
+    m_saveTimer.stop();
+    m_writer.waitForDone();
+    if (const std::shared_ptr<HistoryWrite> write = std::exchange(m_inFlight, nullptr))
+        report(write->error);
+    m_dirty = false;
+    m_awaitingCount.reset();
     if (!QFile::exists(m_storagePath))
         return;
     auto loaded = HistoryFile::read(m_storagePath);

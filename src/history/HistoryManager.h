@@ -1,12 +1,20 @@
 #pragma once
 #include "history/FixHistoryEntry.h"
+#include "history/HistoryFile.h"
 
 #include <QObject>
+#include <QThreadPool>
+#include <QTimer>
+#include <memory>
 
 class QSettings;
+struct HistoryWrite;
 
 /// The record of past fixes, newest first, kept in one JSON file that is rewritten after every
-/// change. Lives on the UI thread; the app creates one and hands it to whoever needs it.
+/// change. Lives on the UI thread; the app creates one and hands it to whoever needs it. The file
+/// is written on a thread of its own, never on the UI thread's way to the panel: changes made
+/// close together share one write, a new fix waits for its edit count so that one write holds
+/// both, and flush() (also run by the destructor) writes whatever is still pending before quitting.
 class HistoryManager : public QObject
 {
     Q_OBJECT
@@ -21,10 +29,14 @@ public:
     static constexpr qsizetype maxStoredTextLength = 250000;
     /// Longest HTML an entry keeps; the HTML of a larger fix is not kept (its text still is).
     static constexpr qsizetype maxStoredHtmlLength = 1000000;
+    /// How long a new entry's write waits for its edit count; the count then costs a second write.
+    static constexpr int editCountWaitMs = 3000;
 
     /// Reads "historyEnabled" from `settings` (which must outlive the manager) and loads the file
     /// at `storagePath`.
     HistoryManager(QSettings& settings, QString storagePath, QObject* parent = nullptr);
+    /// Flushes.
+    ~HistoryManager() override;
 
     /// The user's history file: the generic data folder, then "Tembrel/history.json". Ends the
     /// program when the system names no data folder.
@@ -49,9 +61,9 @@ public:
     [[nodiscard]] qint64 totalEdits() const;
 
     /// Records a finished fix when recording is on: `entry` gets a fresh id and the current time,
-    /// its texts are cut to the stored limits, it goes to the front, the list is cut to 500 and
-    /// saved. Returns the new id, or nothing when
-    /// recording is off (nothing is saved then).
+    /// its texts are cut to the stored limits, it goes to the front and the list is cut to 500.
+    /// The save waits for the entry's edit count (at most editCountWaitMs). Returns the new id, or
+    /// nothing when recording is off (nothing is saved then).
     std::optional<QUuid> addEntry(FixHistoryEntry entry);
     /// Sets the edit count of the first entry with this id and saves; an unknown id is ignored.
     void updateEditCount(const QUuid& id, qint64 editCount);
@@ -60,8 +72,13 @@ public:
     /// Empties the history and saves.
     void clearAll();
 
-    /// Writes the whole list; a failure is printed and the list in memory is kept.
+    /// Writes the whole list soon, off the UI thread; a failure is printed and the list in memory
+    /// is kept.
     void save();
+    /// Waits for a write under way and writes any change not yet saved, on the calling thread.
+    void flush();
+    /// How many times the file has been written (or a write tried) since the manager was made.
+    [[nodiscard]] int writeCount() const { return m_writeCount; }
     /// Replaces the list from the file; an unreadable file gives an empty list and is set aside
     /// under a new name so no save can lose it. When it cannot be set aside, it stays untouched
     /// and saves go to a file of a new name instead.
@@ -76,6 +93,10 @@ private:
     void setEntries(QList<FixHistoryEntry> entries);
     void keepUnreadableFile();
     void setStorageNotice(const QString& notice);
+    void scheduleSave(int delayMs);
+    void startWrite();
+    void writeFinished(const std::shared_ptr<HistoryWrite>& write);
+    void report(const std::optional<HistorySaveError>& error);
 
     QSettings& m_settings;
     QList<FixHistoryEntry> m_entries;
@@ -84,4 +105,14 @@ private:
     QString m_savePath;
     QString m_storageNotice;
     bool m_saveFailing = false;
+
+    // Saving: a change marks the list dirty and arms the timer; the timer hands a copy of the list
+    // to the single writer thread. One write is under way at a time; a change made meanwhile is
+    // written after it.
+    QTimer m_saveTimer;
+    QThreadPool m_writer;
+    std::shared_ptr<HistoryWrite> m_inFlight;
+    std::optional<QUuid> m_awaitingCount;
+    bool m_dirty = false;
+    int m_writeCount = 0;
 };

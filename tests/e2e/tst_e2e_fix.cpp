@@ -2,6 +2,7 @@
 #include "support/TestHttpServer.h"
 
 #include "engines/ApiKeyStore.h"
+#include "history/HistoryFile.h"
 #include "modes/BuiltInPrompts.h"
 
 #include <QClipboard>
@@ -10,6 +11,7 @@
 #include <QJsonArray>
 #include <QMimeData>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QSettings>
 #include <QTest>
 
@@ -252,6 +254,18 @@ private Q_SLOTS:
         QVERIFY2(pasted.contains(QStringLiteral("<li")), qPrintable(pasted));
         QVERIFY(pasted.contains(QStringLiteral("First item")));
         QVERIFY(!pasted.contains(QStringLiteral("recieve")));
+
+        // The session ends: the app quits as from its menu, and the history file holds the fix
+        // with its edit count.
+        m_app.terminate();
+        QVERIFY(m_app.waitForFinished(10000));
+        QCOMPARE(m_app.exitStatus(), QProcess::NormalExit);
+        const auto stored = HistoryFile::read(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+                                              + QStringLiteral("/Tembrel/history.json"));
+        QVERIFY(std::holds_alternative<QList<FixHistoryEntry>>(stored));
+        const QList<FixHistoryEntry> entries = std::get<QList<FixHistoryEntry>>(stored);
+        QCOMPARE(entries.size(), 1);
+        QVERIFY(entries.first().editCount.value_or(0) > 0);
     }
 
     // A fresh installation: no endpoint, no cloud service, no network needed. The text is

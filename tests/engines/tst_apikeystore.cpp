@@ -15,7 +15,12 @@ class ApiKeyStoreTest : public QObject
     TestEnvironment m_environment;
     ApiKeyStore m_store;
 
-    std::optional<QString> read() { return EngineTest::finish(m_store.readKey()); }
+    // Through a store of its own, so the answer comes from the keyring, not from memory.
+    static std::optional<QString> read()
+    {
+        ApiKeyStore fresh;
+        return EngineTest::finish(fresh.readKey());
+    }
     std::optional<ApiKeyStoreError> write(const QString& key) { return EngineTest::finish(m_store.setKey(key)); }
 
     // Every file a plaintext copy could land in: home, configuration and data folders.
@@ -70,6 +75,26 @@ private Q_SLOTS:
         const QByteArray key = "sk-made-up-plaintext-probe-4711";
         QCOMPARE(write(QString::fromLatin1(key)), std::nullopt);
         QCOMPARE(filesContaining(key), QStringList());
+    }
+
+    // The keyring is asked once: ahead of the first fix, and then never again while the key is
+    // known; a key saved through the store replaces the kept one.
+    void readsTheKeyringOnce()
+    {
+        QCOMPARE(write("sk-made-up-kept"), std::nullopt);
+        ApiKeyStore store;
+        store.prefetch();
+        store.prefetch();
+        QCOMPARE(EngineTest::finish(store.readKey()), std::optional<QString>("sk-made-up-kept"));
+        QCOMPARE(EngineTest::finish(store.readKey()), std::optional<QString>("sk-made-up-kept"));
+        QCOMPARE(store.keyringReads(), 1);
+        QCOMPARE(EngineTest::finish(store.setKey("sk-made-up-replaced")), std::nullopt);
+        QCOMPARE(EngineTest::finish(store.readKey()), std::optional<QString>("sk-made-up-replaced"));
+        QCOMPARE(store.keyringReads(), 1);
+        // Switched on again: the key may have changed outside, so it is read once more.
+        store.refresh();
+        QCOMPARE(EngineTest::finish(store.readKey()), std::optional<QString>("sk-made-up-replaced"));
+        QCOMPARE(store.keyringReads(), 2);
     }
 
     void engineSendsTheStoredKey()

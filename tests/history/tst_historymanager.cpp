@@ -95,6 +95,7 @@ private Q_SLOTS:
         QVERIFY(!history.entries()[1].editCount);
         QVERIFY(history.entries()[1].timestamp >= before.addMSecs(-1));
 
+        history.flush();
         HistoryManager reloaded(*m_settings, m_path);
         QCOMPARE(reloaded.entries(), history.entries());
     }
@@ -124,6 +125,7 @@ private Q_SLOTS:
         QCOMPARE(history.entries().size(), 500);
         QCOMPARE(history.entries().first().id, added);
         QCOMPARE(history.entries().last().originalText, QStringLiteral("entry 498"));
+        history.flush();
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 500);
     }
 
@@ -147,6 +149,7 @@ private Q_SLOTS:
         HistoryManager history(m_settings.reopen(), m_path);
         QCOMPARE(history.isEnabled(), enabled);
         QCOMPARE(history.addEntry(draft(QStringLiteral("x"))).has_value(), enabled);
+        history.flush();
         QCOMPARE(QFile::exists(m_path), enabled);
         QCOMPARE(history.entries().size(), enabled ? 1 : 0);
     }
@@ -155,6 +158,7 @@ private Q_SLOTS:
     {
         HistoryManager history(*m_settings, m_path);
         history.addEntry(draft(QStringLiteral("kept")));
+        history.flush();
         const QByteArray file = fileBytes(m_path);
         QSignalSpy toggled(&history, &HistoryManager::isEnabledChanged);
         history.setEnabled(false);
@@ -180,6 +184,7 @@ private Q_SLOTS:
         QVERIFY(!history.entries()[0].editCount);
         QCOMPARE(history.totalEdits(), 5);
         history.updateEditCount(newer, 0);
+        history.flush();
         QCOMPARE(HistoryManager(*m_settings, m_path).entries()[0].editCount, std::optional<qint64>(0));
 
         // A vanished id changes and saves nothing.
@@ -200,9 +205,11 @@ private Q_SLOTS:
         QCOMPARE(history.entries().size(), 3);
         history.deleteEntry(stored.first().id);
         QCOMPARE(history.entries().size(), 1);
+        history.flush();
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
         history.clearAll();
         QVERIFY(history.entries().isEmpty());
+        history.flush();
         QCOMPARE(fileBytes(m_path), QByteArray("[]"));
     }
 
@@ -251,6 +258,7 @@ private Q_SLOTS:
         QCOMPARE(fileBytes(copy), data);
 
         history.addEntry(draft(QStringLiteral("after")));
+        history.flush();
         QCOMPARE(HistoryManager(*m_settings, m_path).entries().size(), 1);
         QCOMPARE(fileBytes(copy), data);
     }
@@ -263,6 +271,7 @@ private Q_SLOTS:
         entry.originalHTML = QStringLiteral("<p>o</p>");
         entry.fixedHTML = QStringLiteral("<p>") + entry.fixedText.repeated(2) + QStringLiteral("</p>");
         history.addEntry(entry);
+        history.flush();
         const FixHistoryEntry stored = HistoryManager(*m_settings, m_path).entries().first();
         QCOMPARE(stored.originalText, entry.originalText); // at the limit: whole
         QCOMPARE(stored.fixedText.size(), HistoryManager::maxStoredTextLength);
@@ -289,6 +298,7 @@ private Q_SLOTS:
         HistoryManager history(*m_settings, m_path);
         QVERIFY(history.storageNotice().contains(QStringLiteral("history.json.unreadable-")));
         history.addEntry(draft(QStringLiteral("after")));
+        history.flush();
         const QString folder = QFileInfo(m_path).absolutePath();
         const QStringList kept = QDir(folder).entryList({QStringLiteral("history.json.unreadable-*")}, QDir::Files);
         QCOMPARE(kept.size(), 1);
@@ -297,8 +307,10 @@ private Q_SLOTS:
 
         // A save that does not fit names the system's reason, and keeps the entries in memory.
         const QString notice = history.storageNotice();
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             history.addEntry(draft(QString(1000, u'a')));
+            history.flush();
+        }
         QCOMPARE(history.entries().size(), 101);
         const QByteArray printed = out.text();
         const QByteArray reason = std::strerror(EFBIG);
@@ -322,11 +334,13 @@ private Q_SLOTS:
         QCOMPARE(history.entries().size(), 1);
         history.updateEditCount(*id, 2);
         QCOMPARE(history.entries().first().editCount, std::optional<qint64>(2));
+        history.flush();
+        // The fix and its count are one write, which fails once.
+        QCOMPARE(history.writeCount(), 1);
         const QList<QByteArray> lines = out.text().split('\n');
-        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines.size(), 2);
         QVERIFY2(lines[0].startsWith("Failed to save history: "), lines[0].constData());
-        QVERIFY(lines[1].startsWith("Failed to save history: "));
-        QVERIFY(lines[2].isEmpty());
+        QVERIFY(lines[1].isEmpty());
     }
 
     void loadReplacesTheList()
