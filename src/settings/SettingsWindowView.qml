@@ -242,6 +242,7 @@ Page {
                                 settings.customModelID = modelData.models.length > 0 ? modelData.models[0] : ""
                                 settings.useCustomEndpoint = true
                                 connectionTest.reset()
+                                localServers.listModels(modelData.url, settingsWindow.apiKey)
                             }
                         }
                     }
