@@ -65,6 +65,20 @@ void collectStyles(const QQuickItem* item, QHash<QString, QSet<QString>>& styles
         collectStyles(child, styles);
 }
 
+// Scrolls the window's flickable so that `item` is in view, as a user would before clicking it.
+void scrollIntoView(QQuickItem* item)
+{
+    for (QQuickItem* up = item->parentItem(); up; up = up->parentItem()) {
+        auto* content = up->property("contentItem").value<QQuickItem*>();
+        if (up->metaObject()->indexOfProperty("contentY") < 0 || !content)
+            continue;
+        const qreal top = item->mapToItem(content, QPointF(0, 0)).y();
+        const qreal most = qMax<qreal>(0, up->property("contentHeight").toReal() - up->height());
+        up->setProperty("contentY", qBound<qreal>(0, top - up->height() / 3, most));
+        return;
+    }
+}
+
 QQuickItem* findItem(QQuickItem* root, const QString& name)
 {
     if (root->objectName() == name)
@@ -345,6 +359,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QQuickItem* button = nullptr;
         QTRY_VERIFY((button = findItem(window->contentItem(), QStringLiteral("modeRow0RecorderButton"))));
+        scrollIntoView(button);
         const QPointF centre = button->mapToScene(QPointF(button->width() / 2, button->height() / 2));
         QTest::mouseClick(window, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
         QTRY_COMPARE(button->property("text").toString(), QStringLiteral("Type shortcut"));
