@@ -226,10 +226,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(m_appLog.append(m_app.readAll()).contains("Panel header: Copied! \xc2\xb7 3 edits \xc2\xb7 "),
                                  10000);
         QVERIFY(!m_appLog.contains("Panel hidden"));
-        if (const QString shot = qEnvironmentVariable("TEMBREL_E2E_SCREENSHOT"); !shot.isEmpty()) {
-            QTest::qWait(1000); // the rich diff's page shows and the panel settles to its height
-            QProcess::execute(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
-        }
+        screenshot(QString());
 
         // The user pastes into the editable area.
         QVERIFY(m_chromium.evaluate(QStringLiteral("document.getElementById('target').focus();"
@@ -301,9 +298,21 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(QGuiApplication::clipboard()->text().contains(QStringLiteral("I receive the package tomorrow.")),
                                  5000);
         QVERIFY(m_server.requests().isEmpty());
+        screenshot(QStringLiteral("-offline"));
     }
 
 private:
+    // TEMBREL_E2E_SCREENSHOT=/tmp/shot.png saves the screen as the panel shows the result.
+    static void screenshot(const QString& suffix)
+    {
+        QString shot = qEnvironmentVariable("TEMBREL_E2E_SCREENSHOT");
+        if (shot.isEmpty())
+            return;
+        shot.insert(shot.endsWith(QStringLiteral(".png")) ? shot.size() - 4 : shot.size(), suffix);
+        QTest::qWait(1000); // the rich diff's page shows and the panel settles to its height
+        QProcess::execute(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
+    }
+
     Display* m_display = nullptr;
     TestHttpServer m_server;
     ChromiumSession m_chromium;
