@@ -241,6 +241,24 @@ QStringList implicitlyClosedBy(const QString& name)
     return closers.value(name);
 }
 
+// Where a tag that starts at `open` ends: after its ">", skipping quoted attribute values.
+qsizetype tagEnd(const QString& html, qsizetype open)
+{
+    QChar quote;
+    for (qsizetype i = open + 1; i < html.size(); ++i) {
+        const QChar c = html.at(i);
+        if (!quote.isNull()) {
+            if (c == quote)
+                quote = QChar();
+        } else if (c == u'"' || c == u'\'') {
+            quote = c;
+        } else if (c == u'>') {
+            return i + 1;
+        }
+    }
+    return -1;
+}
+
 } // namespace
 
 QString HtmlDocument::boundedNesting(const QString& html, int maxDepth)
@@ -276,7 +294,7 @@ QString HtmlDocument::boundedNesting(const QString& html, int maxDepth)
         while (nameEnd < html.size() && (html.at(nameEnd).isLetterOrNumber() || html.at(nameEnd) == u'-'))
             ++nameEnd;
         const QString name = html.mid(nameStart, nameEnd - nameStart).toLower();
-        const qsizetype end = HtmlText::tagEnd(html, pos);
+        const qsizetype end = tagEnd(html, pos);
         if (end < 0)
             break;
 

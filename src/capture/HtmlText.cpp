@@ -148,20 +148,3 @@ QString HtmlText::normaliseNewlines(const QString& text)
     out.replace(QChar(0x2029), QLatin1Char('\n'));
     return out.trimmed();
 }
-
-qsizetype HtmlText::tagEnd(const QString& html, qsizetype open)
-{
-    QChar quote;
-    for (qsizetype i = open + 1; i < html.size(); ++i) {
-        const QChar c = html.at(i);
-        if (!quote.isNull()) {
-            if (c == quote)
-                quote = QChar();
-        } else if (c == u'"' || c == u'\'') {
-            quote = c;
-        } else if (c == u'>') {
-            return i + 1;
-        }
-    }
-    return -1;
-}

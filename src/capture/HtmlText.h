@@ -19,9 +19,6 @@ namespace HtmlText {
 [[nodiscard]] QString stripGoogleDocsIds(const QString& html);
 /// Whether the HTML carries Google Docs' internal marker.
 [[nodiscard]] bool isFromGoogleDocs(const QString& html);
-/// Where the tag that starts at `open` (its "<") ends: one past its ">", skipping quoted
-/// attribute values, which may hold ">"; -1 when the tag is never closed.
-[[nodiscard]] qsizetype tagEnd(const QString& html, qsizetype open);
 /// Line breaks of every platform and Unicode separators as "\n", then trimmed.
 [[nodiscard]] QString normaliseNewlines(const QString& text);
 } // namespace HtmlText

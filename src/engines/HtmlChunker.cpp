@@ -1,7 +1,5 @@
 #include "engines/HtmlChunker.h"
 
-#include "capture/HtmlText.h"
-
 #include <QHash>
 #include <QSet>
 
@@ -80,8 +78,19 @@ public:
 private:
     qsizetype tagEnd(qsizetype from) const
     {
-        const qsizetype end = HtmlText::tagEnd(m_html, from);
-        return end < 0 ? m_html.size() : end;
+        QChar quote;
+        for (qsizetype i = from + 1; i < m_html.size(); ++i) {
+            const QChar c = m_html.at(i);
+            if (!quote.isNull()) {
+                if (c == quote)
+                    quote = QChar();
+            } else if (c == u'"' || c == u'\'') {
+                quote = c;
+            } else if (c == u'>') {
+                return i + 1;
+            }
+        }
+        return m_html.size();
     }
 
     QString nameAt(qsizetype from) const
