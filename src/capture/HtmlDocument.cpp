@@ -294,8 +294,10 @@ QString HtmlDocument::boundedNesting(const QString& html, int maxDepth)
         while (nameEnd < html.size() && (html.at(nameEnd).isLetterOrNumber() || html.at(nameEnd) == u'-'))
             ++nameEnd;
         const QString name = html.mid(nameStart, nameEnd - nameStart).toLower();
-        const qsizetype end = tagEnd(html, pos);
-        if (end < 0)
+        qsizetype end = tagEnd(html, pos);
+        if (end < 0) // a quote never closed: the layout reads the tag up to its first ">" anyway
+            end = html.indexOf(u'>', pos) + 1;
+        if (end <= 0)
             break;
 
         if (closing) {
